@@ -1,0 +1,37 @@
+# Finds the libraries the project builds against. V8 is Debian's libnode: either
+# installed (libnode-dev) or unpacked by scripts/setup.sh into third_party/libnode.
+find_package(PkgConfig REQUIRED)
+
+set(_libnode_local ${CMAKE_SOURCE_DIR}/third_party/libnode/usr)
+find_path(V8_INCLUDE_DIR v8.h
+  PATHS ${_libnode_local}/include/node /usr/include/node
+  NO_DEFAULT_PATH)
+find_library(V8_LIBRARY NAMES node libnode.so.108
+  PATHS ${_libnode_local}/lib/x86_64-linux-gnu ${_libnode_local}/lib/aarch64-linux-gnu
+        /usr/lib/x86_64-linux-gnu /usr/lib/aarch64-linux-gnu
+  NO_DEFAULT_PATH)
+if(NOT V8_INCLUDE_DIR OR NOT V8_LIBRARY)
+  message(FATAL_ERROR "V8 (libnode) not found: run scripts/setup.sh first")
+endif()
+get_filename_component(V8_LIBRARY_DIR ${V8_LIBRARY} DIRECTORY)
+add_library(v8 INTERFACE IMPORTED)
+# -isystem: warnings inside V8's own headers are not ours to fix.
+target_include_directories(v8 SYSTEM INTERFACE ${V8_INCLUDE_DIR})
+target_link_libraries(v8 INTERFACE ${V8_LIBRARY})
+target_link_options(v8 INTERFACE "-Wl,-rpath,${V8_LIBRARY_DIR}")
+message(STATUS "V8 from ${V8_LIBRARY}")
+
+pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0 gio-2.0 gobject-2.0)
+pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+find_package(Boost 1.74 REQUIRED COMPONENTS system)
+find_package(GTest REQUIRED)
+find_package(PNG REQUIRED)
+find_package(JPEG REQUIRED)
+find_package(Threads REQUIRED)
+
+find_path(TINYXML_INCLUDE_DIR tinyxml.h REQUIRED)
+find_library(TINYXML_LIBRARY tinyxml REQUIRED)
+add_library(tinyxml INTERFACE IMPORTED)
+target_include_directories(tinyxml SYSTEM INTERFACE ${TINYXML_INCLUDE_DIR})
+target_compile_definitions(tinyxml INTERFACE TIXML_USE_STL)
+target_link_libraries(tinyxml INTERFACE ${TINYXML_LIBRARY})

@@ -1,0 +1,143 @@
+// Script values as native code sees them. A ScriptObject holds undefined, null,
+// a boolean, a number or a text natively (no engine call until getValue()),
+// and anything else (objects, functions, symbols, bigints) as a persistent
+// engine handle, so it may be kept beyond the current call.
+//
+// Conversions follow the script language's own rules (asNumber is ToNumber,
+// asString is ToString, asBool is ToBoolean). A conversion that runs script
+// (valueOf, toString, a getter, a Proxy trap) may throw: the script exception
+// is left pending and ScriptExceptionPending is thrown, so the handler stops
+// and the router hands the script its own exception. Handlers never catch it.
+//
+// All of this is for the script thread only.
+#pragma once
+
+#include <v8.h>
+
+#include <cstdint>
+#include <string>
+
+namespace Bridge {
+
+class ScriptFunction;
+
+// Thrown by a conversion when the script code it ran threw; the script
+// exception stays pending in the engine.
+class ScriptExceptionPending {};
+
+class ScriptObject {
+ public:
+  enum class Kind : std::uint8_t { Undefined, Null, Boolean, Number, String, Handle };
+
+  ScriptObject() : kind_(Kind::Undefined) {}
+  ScriptObject(bool value) : kind_(Kind::Boolean) { boolean_ = value; }
+  ScriptObject(int value) : kind_(Kind::Number) { number_ = value; }
+  ScriptObject(unsigned int value) : kind_(Kind::Number) { number_ = value; }
+  ScriptObject(double value) : kind_(Kind::Number) { number_ = value; }
+  ScriptObject(const char* text);  // a null pointer gives the empty text
+  ScriptObject(const std::string& text) : kind_(Kind::String), text_(text) {}
+  // Wraps an engine value; an empty handle gives undefined.
+  explicit ScriptObject(v8::Local<v8::Value> value);
+
+  ScriptObject(const ScriptObject& other);
+  ScriptObject(ScriptObject&& other) noexcept;
+  ScriptObject& operator=(const ScriptObject& other);
+  ScriptObject& operator=(ScriptObject&& other) noexcept;
+  virtual ~ScriptObject();
+
+  static ScriptObject Null();
+  // A new, empty script object ({}), to fill with set().
+  static ScriptObject NewObject();
+
+  Kind kind() const { return kind_; }
+  bool isUndefined() const { return kind_ == Kind::Undefined; }
+  bool isNull() const { return kind_ == Kind::Null; }
+  bool isBoolean() const { return kind_ == Kind::Boolean; }
+  bool isNumber() const { return kind_ == Kind::Number; }
+  bool isString() const { return kind_ == Kind::String; }
+  bool isObject() const;
+  bool isFunction() const;
+  bool isArray() const;
+
+  // Script conversions; see the file comment for what happens when they throw.
+  double asNumber() const;
+  std::string asString() const;
+  bool asBool() const;
+  ScriptFunction asFunction() const;
+
+  // Properties of an object value. On a value that is not an object, has()
+  // is false, get() is undefined and set() does nothing.
+  bool has(const std::string& key) const;
+  ScriptObject get(const std::string& key) const;
+  void set(const std::string& key, const ScriptObject& value);
+
+  // The engine value, created in the current handle scope. Undefined gives
+  // an empty handle, which a router answers with its default (undefined).
+  v8::Local<v8::Value> getValue() const;
+  v8::Local<v8::Value> getValue(v8::Isolate* isolate) const;
+
+ protected:
+  Kind kind_;
+  union {
+    bool boolean_;
+    double number_;
+  };
+  std::string text_;
+  v8::Global<v8::Value> handle_;
+};
+
+// Source of call arguments, read on demand.
+class Arguments {
+ public:
+  virtual ~Arguments() = default;
+  virtual int Length() const = 0;
+  virtual v8::Local<v8::Value> operator[](int index) const = 0;
+};
+
+template <class T>
+class V8Arguments : public Arguments {
+ public:
+  explicit V8Arguments(const v8::FunctionCallbackInfo<T>& info) : info_(info) {}
+  int Length() const override { return info_.Length(); }
+  v8::Local<v8::Value> operator[](int index) const override { return info_[index]; }
+
+ private:
+  const v8::FunctionCallbackInfo<T>& info_;
+};
+
+// An argument list (a view over the call's arguments, which must outlive it)
+// or a script array (a new one when default-constructed).
+class ScriptArray : public ScriptObject {
+ public:
+  ScriptArray();
+  explicit ScriptArray(const Arguments& args) : args_(&args) {}
+  // Wraps a script array value.
+  explicit ScriptArray(v8::Local<v8::Array> array);
+  ~ScriptArray() override = default;
+
+  int Length() const;
+  bool has(int index) const;
+  ScriptObject get(int index) const;
+  void set(int index, const ScriptObject& value);
+  using ScriptObject::get;
+  using ScriptObject::has;
+  using ScriptObject::set;
+
+ private:
+  const Arguments* args_ = nullptr;
+};
+
+// A script value kept to be called later. invoke() calls it with the array's
+// elements as arguments and `this` undefined. A script exception thrown by the
+// function is reported by the engine as an uncaught error, and invoke then
+// returns undefined. Invoking a value that is not a function returns undefined.
+class ScriptFunction : public ScriptObject {
+ public:
+  ScriptFunction() : ScriptObject(Null()) {}
+  ScriptFunction(const ScriptObject& value) : ScriptObject(value) {}
+  ~ScriptFunction() override = default;
+
+  ScriptObject invoke(const ScriptArray& args) const;
+};
+
+}  // namespace Bridge

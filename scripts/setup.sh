@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Installs everything the build and the tests need on a Debian 12 machine.
+# Idempotent: when every package is present it only checks and returns.
+#
+# V8 comes from Debian's libnode. Where `apt-get install libnode-dev` cannot
+# work (another Node.js build owns the node packages), the two packages are
+# downloaded and unpacked into third_party/libnode, which CMake then uses with
+# an rpath.
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+libnode_dir="$root/third_party/libnode"
+
+packages=(
+  build-essential cmake pkg-config clang-format
+  libglib2.0-dev libboost-dev libboost-system-dev libjsoncpp-dev libtinyxml-dev
+  libgtest-dev libpng-dev libjpeg62-turbo-dev dbus-daemon
+  libcli11-dev
+  # what libnode108 itself links against, for the unpacked copy
+  libbrotli1 libc-ares2 libicu72 libnghttp2-14 libssl3 libuv1 zlib1g libssl-dev libuv1-dev
+)
+
+sudo_cmd=()
+if [ "$(id -u)" -ne 0 ]; then sudo_cmd=(sudo); fi
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "setup: installing ${missing[*]}"
+  "${sudo_cmd[@]}" apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq "${missing[@]}" >/dev/null
+fi
+
+# V8 headers and libnode.so
+if dpkg-query -W -f='${Status}' libnode-dev 2>/dev/null | grep -q 'install ok installed'; then
+  exit 0
+fi
+if [ -f "$libnode_dir/usr/include/node/v8.h" ] && ls "$libnode_dir"/usr/lib/*/libnode.so.108 >/dev/null 2>&1; then
+  exit 0
+fi
+if DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq libnode-dev >/dev/null 2>&1; then
+  echo "setup: libnode-dev installed from Debian"
+  exit 0
+fi
+echo "setup: libnode-dev cannot be installed here; unpacking libnode108 and libnode-dev into $libnode_dir"
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+chmod 755 "$tmp"
+(cd "$tmp" && apt-get download libnode108 libnode-dev >/dev/null)
+mkdir -p "$libnode_dir"
+for deb in "$tmp"/*.deb; do
+  dpkg-deb -x "$deb" "$libnode_dir"
+done
+test -f "$libnode_dir/usr/include/node/v8.h"
+echo "setup: libnode unpacked"
