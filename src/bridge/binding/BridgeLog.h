@@ -1,0 +1,29 @@
+// Log calls of the bridge. Every line names the bridge's source file, the
+// calling function and line, and a level: 2 for ordinary lines, 3 for detail.
+// The message is built only when a sink wants that level.
+#pragma once
+
+#include <sstream>
+
+#include "Logger.h"
+
+namespace Bridge {
+
+constexpr const char* kBridgeSourceFile = "src/bridge/QDUtilBridge";
+constexpr int kLogInfo = 2;
+constexpr int kLogDetail = 3;
+
+// Logger of free functions (platform callbacks that have no bridge at hand).
+extern tarn::util::Logger staticLogger;
+
+}  // namespace Bridge
+
+// QD_LOG(logger, level, a << b << c)
+#define QD_LOG(logger, level, message)                                                 \
+  do {                                                                                 \
+    if (::tarn::util::Logger::isEnabled(level)) {                                      \
+      std::ostringstream qdLogText_;                                                   \
+      qdLogText_ << message;                                                           \
+      (logger).log(::Bridge::kBridgeSourceFile, __func__, __LINE__, (level), qdLogText_.str()); \
+    }                                                                                  \
+  } while (0)
