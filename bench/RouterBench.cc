@@ -1,0 +1,159 @@
+// Cost per call of the QDUtil binding frame against bare V8 callbacks doing
+// the same work, measured in one process with the same loop shape:
+//   - an inert method ("registerKey") against a bare function returning true;
+//   - a constant read ("NB_MODE") against a bare accessor returning a number;
+//   - when the bridge binds it, "ExtractForegroundColor" against a bare
+//     function that reads three numbers.
+// Prints nanoseconds per iteration and the ratios. Best of several rounds, so
+// a busy machine inflates nothing but the spread.
+#include <libplatform/libplatform.h>
+#include <v8.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ScriptBridge.h"
+
+extern "C" std::vector<Bridge::ScriptBridge*> loadBridges();
+
+namespace {
+
+void BareTrue(const v8::FunctionCallbackInfo<v8::Value>& info) { info.GetReturnValue().Set(true); }
+
+void BareThreeNumbers(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  int sum = 0;
+  for (int i = 0; i < 3; ++i) {
+    v8::Local<v8::Value> v = info[i];
+    if (i < info.Length() && v->IsNumber()) sum += static_cast<int>(v.As<v8::Number>()->Value()) & 0xff;
+  }
+  info.GetReturnValue().Set(sum);
+}
+
+void BareConstant(v8::Local<v8::String>, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  // Reads its holder's field as the bridge's accessor does, then answers.
+  if (info.Holder()->InternalFieldCount() > 0 &&
+      info.Holder()->GetAlignedPointerFromInternalField(0) != nullptr) {
+    info.GetReturnValue().Set(5.0);
+  }
+}
+
+double RunLoop(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& body,
+               long iterations) {
+  std::string source = "(function(n){let s=0;for(let i=0;i<n;i++){" + body + "}return s;})";
+  v8::Local<v8::String> text;
+  if (!v8::String::NewFromUtf8(isolate, source.c_str()).ToLocal(&text)) std::abort();
+  v8::Local<v8::Script> script;
+  v8::Local<v8::Value> fnValue;
+  if (!v8::Script::Compile(context, text).ToLocal(&script) || !script->Run(context).ToLocal(&fnValue)) {
+    std::fprintf(stderr, "cannot compile loop: %s\n", body.c_str());
+    std::exit(1);
+  }
+  v8::Local<v8::Function> fn = fnValue.As<v8::Function>();
+  v8::Local<v8::Value> arg = v8::Number::New(isolate, static_cast<double>(iterations));
+  double best = 1e100;
+  for (int round = 0; round < 7; ++round) {
+    auto start = std::chrono::steady_clock::now();
+    v8::Local<v8::Value> result;
+    if (!fn->Call(context, context->Global(), 1, &arg).ToLocal(&result)) {
+      std::fprintf(stderr, "loop threw: %s\n", body.c_str());
+      std::exit(1);
+    }
+    auto end = std::chrono::steady_clock::now();
+    double ns = std::chrono::duration<double, std::nano>(end - start).count() / iterations;
+    best = std::min(best, ns);
+  }
+  return best;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  long iterations = argc > 1 ? std::atol(argv[1]) : 5000000;
+  v8::V8::InitializeICUDefaultLocation(argv[0]);
+  std::unique_ptr<v8::Platform> platform = v8::platform::NewDefaultPlatform();
+  v8::V8::InitializePlatform(platform.get());
+  v8::V8::Initialize();
+  v8::Isolate::CreateParams params;
+  params.array_buffer_allocator = v8::ArrayBuffer::Allocator::NewDefaultAllocator();
+  v8::Isolate* isolate = v8::Isolate::New(params);
+  std::vector<Bridge::ScriptBridge*> bridges = loadBridges();
+  {
+    v8::Isolate::Scope isolateScope(isolate);
+    v8::HandleScope handleScope(isolate);
+    v8::Local<v8::ObjectTemplate> global = v8::ObjectTemplate::New(isolate);
+    global->Set(isolate, "bareTrue", v8::FunctionTemplate::New(isolate, BareTrue));
+    global->Set(isolate, "bareThreeNumbers", v8::FunctionTemplate::New(isolate, BareThreeNumbers));
+    v8::Local<v8::FunctionTemplate> bareClass = v8::FunctionTemplate::New(isolate);
+    bareClass->InstanceTemplate()->SetInternalFieldCount(2);
+    bareClass->InstanceTemplate()->SetAccessor(
+        v8::String::NewFromUtf8Literal(isolate, "NB_MODE", v8::NewStringType::kInternalized),
+        BareConstant);
+    global->Set(isolate, "BareClass", bareClass);
+    for (Bridge::ScriptBridge* bridge : bridges) bridge->bridgeTo(global);
+    v8::Local<v8::Context> context = v8::Context::New(isolate, nullptr, global);
+    v8::Context::Scope contextScope(context);
+    for (Bridge::ScriptBridge* bridge : bridges) bridge->contextReady();
+
+    // The bare object's field must be non-null, as a constructed QDUtil's is.
+    v8::Local<v8::Object> bare;
+    if (!bareClass->InstanceTemplate()->NewInstance(context).ToLocal(&bare)) return 1;
+    static int token = 0;
+    bare->SetAlignedPointerInInternalField(0, &token);
+    if (context->Global()->Set(context, v8::String::NewFromUtf8Literal(isolate, "bare"), bare)
+            .IsNothing()) {
+      return 1;
+    }
+    v8::Local<v8::Script> setup;
+    v8::Local<v8::Value> ignored;
+    if (!v8::Script::Compile(context, v8::String::NewFromUtf8Literal(
+                                          isolate, "var q = new QDUtil();"))
+             .ToLocal(&setup) ||
+        !setup->Run(context).ToLocal(&ignored)) {
+      std::fprintf(stderr, "cannot construct QDUtil\n");
+      return 1;
+    }
+
+    std::printf("iterations per round: %ld (best of 7 rounds)\n", iterations);
+    double empty = RunLoop(isolate, context, "s+=1;", iterations);
+    std::printf("%-44s %7.2f ns/iteration\n", "empty loop", empty);
+
+    double bareCall = RunLoop(isolate, context, "if(bareTrue())s++;", iterations);
+    double inert = RunLoop(isolate, context, "if(q.registerKey())s++;", iterations);
+    std::printf("%-44s %7.2f ns/call\n", "bare callback returning true", bareCall);
+    std::printf("%-44s %7.2f ns/call\n", "q.registerKey() through the router", inert);
+    std::printf("%-44s %7.2f   (target <= 1.50)\n", "ratio inert / bare", inert / bareCall);
+
+    double bareRead = RunLoop(isolate, context, "s+=bare.NB_MODE;", iterations);
+    double constRead = RunLoop(isolate, context, "s+=q.NB_MODE;", iterations);
+    std::printf("%-44s %7.2f ns/read\n", "bare accessor returning a number", bareRead);
+    std::printf("%-44s %7.2f ns/read\n", "q.NB_MODE through getJSNumber", constRead);
+    std::printf("%-44s %7.2f\n", "ratio constant / bare", constRead / bareRead);
+
+    v8::Local<v8::Value> hasExtract;
+    v8::Local<v8::Script> probe;
+    if (v8::Script::Compile(context, v8::String::NewFromUtf8Literal(
+                                         isolate, "typeof q.ExtractForegroundColor === 'function'"))
+            .ToLocal(&probe) &&
+        probe->Run(context).ToLocal(&hasExtract) && hasExtract->IsTrue()) {
+      double bareThree = RunLoop(isolate, context, "s+=bareThreeNumbers(10,200,30);", iterations);
+      double extract =
+          RunLoop(isolate, context, "if(q.ExtractForegroundColor(10,200,30))s++;", iterations);
+      std::printf("%-44s %7.2f ns/call\n", "bare callback reading three numbers", bareThree);
+      std::printf("%-44s %7.2f ns/call\n", "q.ExtractForegroundColor(10,200,30)", extract);
+      std::printf("%-44s %7.2f\n", "ratio ExtractForegroundColor / bare", extract / bareThree);
+    } else {
+      std::printf("ExtractForegroundColor is not bound in this build; not measured\n");
+    }
+  }
+  for (Bridge::ScriptBridge* bridge : bridges) delete bridge;
+  isolate->Dispose();
+  v8::V8::Dispose();
+  v8::V8::DisposePlatform();
+  delete params.array_buffer_allocator;
+  return 0;
+}

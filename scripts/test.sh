@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Sets up, builds everything and runs every test (GoogleTest units and
+# script tests through tarn-run).
+#   scripts/test.sh [--sanitize] [ctest arguments]
+# --sanitize runs the same suite built with AddressSanitizer and UBSan; any
+# sanitizer report fails the test that produced it.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/setup.sh"
+build="$root/build"
+if [ "${1:-}" = "--sanitize" ]; then
+  shift
+  build="$root/build-asan"
+  "$root/scripts/build.sh" --sanitize
+  export ASAN_OPTIONS="halt_on_error=1:abort_on_error=0:detect_leaks=1:exitcode=86"
+  export LSAN_OPTIONS="suppressions=$root/.ci/lsan.supp:print_suppressions=0"
+  export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1:exitcode=87"
+else
+  "$root/scripts/build.sh"
+fi
+ctest --test-dir "$build" --output-on-failure -j2 --timeout 300 "$@"
