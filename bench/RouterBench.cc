@@ -29,7 +29,8 @@ void BareThreeNumbers(const v8::FunctionCallbackInfo<v8::Value>& info) {
   int sum = 0;
   for (int i = 0; i < 3; ++i) {
     v8::Local<v8::Value> v = info[i];
-    if (i < info.Length() && v->IsNumber()) sum += static_cast<int>(v.As<v8::Number>()->Value()) & 0xff;
+    if (i < info.Length() && v->IsNumber())
+      sum += static_cast<int>(v.As<v8::Number>()->Value()) & 0xff;
   }
   info.GetReturnValue().Set(sum);
 }
@@ -49,7 +50,8 @@ double RunLoop(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::
   if (!v8::String::NewFromUtf8(isolate, source.c_str()).ToLocal(&text)) std::abort();
   v8::Local<v8::Script> script;
   v8::Local<v8::Value> fnValue;
-  if (!v8::Script::Compile(context, text).ToLocal(&script) || !script->Run(context).ToLocal(&fnValue)) {
+  if (!v8::Script::Compile(context, text).ToLocal(&script) ||
+      !script->Run(context).ToLocal(&fnValue)) {
     std::fprintf(stderr, "cannot compile loop: %s\n", body.c_str());
     std::exit(1);
   }
@@ -104,14 +106,15 @@ int main(int argc, char* argv[]) {
     if (!bareClass->InstanceTemplate()->NewInstance(context).ToLocal(&bare)) return 1;
     static int token = 0;
     bare->SetAlignedPointerInInternalField(0, &token);
-    if (context->Global()->Set(context, v8::String::NewFromUtf8Literal(isolate, "bare"), bare)
+    if (context->Global()
+            ->Set(context, v8::String::NewFromUtf8Literal(isolate, "bare"), bare)
             .IsNothing()) {
       return 1;
     }
     v8::Local<v8::Script> setup;
     v8::Local<v8::Value> ignored;
-    if (!v8::Script::Compile(context, v8::String::NewFromUtf8Literal(
-                                          isolate, "var q = new QDUtil();"))
+    if (!v8::Script::Compile(context,
+                             v8::String::NewFromUtf8Literal(isolate, "var q = new QDUtil();"))
              .ToLocal(&setup) ||
         !setup->Run(context).ToLocal(&ignored)) {
       std::fprintf(stderr, "cannot construct QDUtil\n");

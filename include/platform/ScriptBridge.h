@@ -131,7 +131,8 @@ void setJSNumber(v8::Local<v8::String> name, v8::Local<v8::Value> value,
   try {
     T* self = extractNoNull<T>(info.Holder());
     if (!value->IsNumber() || std::isnan(value.As<v8::Number>()->Value())) {
-      std::string text = "Number expected for property \"" + detail::propertyName(isolate, name) + "\"";
+      std::string text =
+          "Number expected for property \"" + detail::propertyName(isolate, name) + "\"";
       throw TarnJsBadTypeException(text.c_str());
     }
     (self->*Setter)(detail::toIntegral<N>(value.As<v8::Number>()->Value()));

@@ -75,9 +75,7 @@ ScriptObject QDUtilBridge::HandleSearchAllExitUnRegisterKey(QDUtilBridge*, const
 }
 
 ScriptObject QDUtilBridge::HandleGetXWindowID(QDUtilBridge*, const ScriptArray&) { return 0; }
-ScriptObject QDUtilBridge::HandleGetFocusedWindowID(QDUtilBridge*, const ScriptArray&) {
-  return 0;
-}
+ScriptObject QDUtilBridge::HandleGetFocusedWindowID(QDUtilBridge*, const ScriptArray&) { return 0; }
 ScriptObject QDUtilBridge::HandleSharedExitKey(QDUtilBridge*, const ScriptArray&) { return 0; }
 ScriptObject QDUtilBridge::HandleSetWindowOpaque(QDUtilBridge*, const ScriptArray&) { return 0; }
 ScriptObject QDUtilBridge::HandleGetAppInfo(QDUtilBridge*, const ScriptArray&) { return false; }

@@ -81,7 +81,8 @@ class QDUtilBridge : public ScriptInstanceBridge {
   static ScriptObject HandleQDRaiseXWindow(QDUtilBridge* self, const ScriptArray& args);
   static ScriptObject HandleScreenCapture(QDUtilBridge* self, const ScriptArray& args);
   static ScriptObject HandleChangeXPropertyNormal(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSetXPropertyTransparentRect(QDUtilBridge* self, const ScriptArray& args);
+  static ScriptObject HandleSetXPropertyTransparentRect(QDUtilBridge* self,
+                                                        const ScriptArray& args);
   static ScriptObject HandleSetXPropertyCover(QDUtilBridge* self, const ScriptArray& args);
   static ScriptObject HandleSetXPropertyRectWindow(QDUtilBridge* self, const ScriptArray& args);
   static ScriptObject HandleRegisterKey(QDUtilBridge* self, const ScriptArray& args);

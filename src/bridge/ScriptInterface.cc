@@ -10,8 +10,7 @@
 
 namespace Bridge {
 
-#define QD_CONSTANT(NAME) \
-  context.captureNumberProperty<B, int, &B::get##NAME, &B::set##NAME>(#NAME)
+#define QD_CONSTANT(NAME) context.captureNumberProperty<B, int, &B::get##NAME, &B::set##NAME>(#NAME)
 
 void QDUtilBridge::mapScriptInterface(ScriptContext& context) {
   using B = QDUtilBridge;
@@ -24,29 +23,29 @@ void QDUtilBridge::mapScriptInterface(ScriptContext& context) {
   context.captureMethodCall<B, &B::HandleScreenCapture>("screenCapture");                  // 14
   context.captureMethodCall<B, &B::HandleChangeXPropertyNormal>("changeXPropertynormal");  // 15
   context.captureMethodCall<B, &B::HandleSetXPropertyTransparentRect>(
-      "setXPropertyTranspRect");                                                           // 16
-  context.captureMethodCall<B, &B::HandleSetXPropertyCover>("SetXPropertyCover");          // 17
+      "setXPropertyTranspRect");                                                             // 16
+  context.captureMethodCall<B, &B::HandleSetXPropertyCover>("SetXPropertyCover");            // 17
   context.captureMethodCall<B, &B::HandleSetXPropertyRectWindow>("setXPropertyRectWindow");  // 18
-  context.captureMethodCall<B, &B::HandleRegisterKey>("registerKey");                      // 19
-  context.captureMethodCall<B, &B::HandleRegisterKeyFS>("registerKeyFS");                  // 20
-  context.captureMethodCall<B, &B::HandleRegisterKeyFSForCH>("HandleRegisterKeyFSForCH");  // 21
-  context.captureMethodCall<B, &B::HandleGetFocusedWindowID>("getFocusedWinId");           // 24
-  context.captureMethodCall<B, &B::HandleSetShowActor>("setIsShowActor");                  // 34
-  context.captureMethodCall<B, &B::HandleVolumeRegisterKey>("volumeRegisterKey");          // 37
-  context.captureMethodCall<B, &B::HandleVolumeUnRegisterKey>("volumeUnregisterKey");      // 38
-  context.captureMethodCall<B, &B::HandleExitRegisterKey>("exitRegisterKey");              // 39
-  context.captureMethodCall<B, &B::HandleExitUnRegisterKey>("exitUnregisterKey");          // 40
-  context.captureMethodCall<B, &B::HandleGetAppInfo>("getAppInfo");                        // 49
-  context.captureMethodCall<B, &B::HandleSet3dMode>("set3dMode");                          // 51
-  context.captureMethodCall<B, &B::HandleGet3dMode>("get3dMode");                          // 52
-  context.captureMethodCall<B, &B::HandleSetWindowOpaque>("setWindowOpaque");              // 56
-  context.captureMethodCall<B, &B::HandleSetTVSourceType>("setTVSourceType");              // 57
-  context.captureMethodCall<B, &B::HandleCheckFsHide>("checkFsHide");                      // 58
-  context.captureMethodCall<B, &B::HandlelwRegisterKeyRF>("lwRegisterKeyRF");              // 59
-  context.captureMethodCall<B, &B::HandlelwRegisterKeySTB>("lwRegisterKeySTB");            // 60
-  context.captureMethodCall<B, &B::HandleSharedKey>("lwSharedKey");                        // 61
-  context.captureMethodCall<B, &B::HandleSharedExitKey>("sharedExitKey");                  // 62
-  context.captureMethodCall<B, &B::HandleRegistEXTRA>("registEXTRA");                      // 69
+  context.captureMethodCall<B, &B::HandleRegisterKey>("registerKey");                        // 19
+  context.captureMethodCall<B, &B::HandleRegisterKeyFS>("registerKeyFS");                    // 20
+  context.captureMethodCall<B, &B::HandleRegisterKeyFSForCH>("HandleRegisterKeyFSForCH");    // 21
+  context.captureMethodCall<B, &B::HandleGetFocusedWindowID>("getFocusedWinId");             // 24
+  context.captureMethodCall<B, &B::HandleSetShowActor>("setIsShowActor");                    // 34
+  context.captureMethodCall<B, &B::HandleVolumeRegisterKey>("volumeRegisterKey");            // 37
+  context.captureMethodCall<B, &B::HandleVolumeUnRegisterKey>("volumeUnregisterKey");        // 38
+  context.captureMethodCall<B, &B::HandleExitRegisterKey>("exitRegisterKey");                // 39
+  context.captureMethodCall<B, &B::HandleExitUnRegisterKey>("exitUnregisterKey");            // 40
+  context.captureMethodCall<B, &B::HandleGetAppInfo>("getAppInfo");                          // 49
+  context.captureMethodCall<B, &B::HandleSet3dMode>("set3dMode");                            // 51
+  context.captureMethodCall<B, &B::HandleGet3dMode>("get3dMode");                            // 52
+  context.captureMethodCall<B, &B::HandleSetWindowOpaque>("setWindowOpaque");                // 56
+  context.captureMethodCall<B, &B::HandleSetTVSourceType>("setTVSourceType");                // 57
+  context.captureMethodCall<B, &B::HandleCheckFsHide>("checkFsHide");                        // 58
+  context.captureMethodCall<B, &B::HandlelwRegisterKeyRF>("lwRegisterKeyRF");                // 59
+  context.captureMethodCall<B, &B::HandlelwRegisterKeySTB>("lwRegisterKeySTB");              // 60
+  context.captureMethodCall<B, &B::HandleSharedKey>("lwSharedKey");                          // 61
+  context.captureMethodCall<B, &B::HandleSharedExitKey>("sharedExitKey");                    // 62
+  context.captureMethodCall<B, &B::HandleRegistEXTRA>("registEXTRA");                        // 69
 
   QD_CONSTANT(APP_TYPE_TARN_APP);
   QD_CONSTANT(APP_TYPE_WEB_APP);
@@ -85,9 +84,9 @@ void QDUtilBridge::mapScriptInterface(ScriptContext& context) {
   context.captureMethodCall<B, &B::HandleDCCaptureEnd>("DCCaptureEnd");                    // 106
   context.captureMethodCall<B, &B::HandleGetTopWindow>("getTopWindow");                    // 112
   context.captureMethodCall<B, &B::HandleSearchAllExitRegisterKey>(
-      "exitSearchAllRegisterKey");                                                         // 125
+      "exitSearchAllRegisterKey");  // 125
   context.captureMethodCall<B, &B::HandleSearchAllExitUnRegisterKey>(
-      "exitSearchAllUnregisterKey");                                                       // 126
+      "exitSearchAllUnregisterKey");  // 126
 }
 
 #undef QD_CONSTANT

@@ -81,8 +81,8 @@ TEST_F(BindingFrameTest, RuntimeExceptionsBecomeScriptErrorsWithTheirText) {
   v8::Context::Scope contextScope(context);
   EXPECT_EQ(Error(context, "new Probe().badType()"), "Uncaught Error: Bad Type: Number expected");
   EXPECT_EQ(Error(context, "new Probe().runtime()"), "Uncaught Error: runtime trouble");
-  v8::Local<v8::Value> isError =
-      Run(context, "try { new Probe().runtime(); false } catch (e) { e instanceof Error }", nullptr);
+  v8::Local<v8::Value> isError = Run(
+      context, "try { new Probe().runtime(); false } catch (e) { e instanceof Error }", nullptr);
   ASSERT_FALSE(isError.IsEmpty());
   EXPECT_TRUE(isError->IsTrue());
 }

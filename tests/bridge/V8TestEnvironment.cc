@@ -52,7 +52,8 @@ v8::Local<v8::Value> V8Test::Run(v8::Local<v8::Context> context, const std::stri
   v8::Local<v8::Script> script;
   v8::Local<v8::Value> result;
   if (v8::String::NewFromUtf8(isolate_, source.c_str()).ToLocal(&text) &&
-      v8::Script::Compile(context, text).ToLocal(&script) && script->Run(context).ToLocal(&result)) {
+      v8::Script::Compile(context, text).ToLocal(&script) &&
+      script->Run(context).ToLocal(&result)) {
     return scope.Escape(result);
   }
   if (error) {

@@ -19,11 +19,11 @@ extern tarn::util::Logger staticLogger;
 }  // namespace Bridge
 
 // QD_LOG(logger, level, a << b << c)
-#define QD_LOG(logger, level, message)                                                 \
-  do {                                                                                 \
-    if (::tarn::util::Logger::isEnabled(level)) {                                      \
-      std::ostringstream qdLogText_;                                                   \
-      qdLogText_ << message;                                                           \
+#define QD_LOG(logger, level, message)                                                          \
+  do {                                                                                          \
+    if (::tarn::util::Logger::isEnabled(level)) {                                               \
+      std::ostringstream qdLogText_;                                                            \
+      qdLogText_ << message;                                                                    \
       (logger).log(::Bridge::kBridgeSourceFile, __func__, __LINE__, (level), qdLogText_.str()); \
-    }                                                                                  \
+    }                                                                                           \
   } while (0)
