@@ -1,4 +1,6 @@
-// System information: fixed properties of the set, by integer key.
+// System information: fixed properties of the set, by integer key (129 the
+// panel's vertical resolution, 343 exhibition mode, 319 MLS support). Open
+// service, C interface.
 #pragma once
 
 #include <stdbool.h>
@@ -12,6 +14,8 @@ enum {
   SYSTEM_INFO_ERROR_PERMISSION_DENIED = -13,
 };
 
+// SYSTEM_INFO_ERROR_INVALID_PARAMETER for an unknown key, a key of the other
+// type or a null output (left untouched).
 int system_info_get_value_int(int key, int* value);
 int system_info_get_value_bool(int key, bool* value);
 }
