@@ -3,6 +3,7 @@
 // Every error names where it is (file, line:column, member path) and what
 // was expected, so a user can fix a state file without reading this code.
 #include <climits>
+#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -264,6 +265,22 @@ std::string found(const Json::Value& v) {
   return "a value";
 }
 
+bool isIntegerText(const std::string& s);
+
+// What is wrong with `key` as a member of the map `n`; empty when nothing.
+std::string keyProblem(const Node& n, const std::string& key) {
+  if (n.keys == Node::IntKey && !isIntegerText(key)) {
+    return "the key \"" + key + "\" is not an integer";
+  }
+  if (n.keys == Node::AbsolutePathKey && (key.empty() || key[0] != '/')) {
+    return "the key \"" + key + "\" is not an absolute path";
+  }
+  if (n.keys == Node::NameKey && (key.empty() || key.find('/') != std::string::npos)) {
+    return "the key \"" + key + "\" is not a plain name";
+  }
+  return "";
+}
+
 bool fail(Context& ctx, const Json::Value& v, const std::string& path, const std::string& message) {
   ctx.error = place(ctx, &v, path) + ": " + message;
   return false;
@@ -318,15 +335,8 @@ bool check(const Json::Value& v, const Node& n, const std::string& path, bool co
       if (!v.isObject()) return expected();
       for (const auto& key : v.getMemberNames()) {
         std::string p = childPath(path, key);
-        if (n.keys == Node::IntKey && !isIntegerText(key)) {
-          return fail(ctx, v[key], p, "the key \"" + key + "\" is not an integer");
-        }
-        if (n.keys == Node::AbsolutePathKey && (key.empty() || key[0] != '/')) {
-          return fail(ctx, v[key], p, "the key \"" + key + "\" is not an absolute path");
-        }
-        if (n.keys == Node::NameKey && (key.empty() || key.find('/') != std::string::npos)) {
-          return fail(ctx, v[key], p, "the key \"" + key + "\" is not a plain name");
-        }
+        const std::string problem = keyProblem(n, key);
+        if (!problem.empty()) return fail(ctx, v[key], p, problem);
         if (!check(v[key], *n.element, p, true, ctx)) return false;
       }
       return true;
@@ -549,9 +559,12 @@ bool resolve(Json::Value& doc, const std::vector<Segment>& segments, bool create
       n = f;
     } else if (n->kind == Node::Map) {
       path = childPath(path, s.key);
-      if (!v->isMember(s.key) && !create) {
-        *error = path + ": no such member";
-        return false;
+      if (!v->isMember(s.key)) {
+        const std::string problem = keyProblem(*n, s.key);
+        if (!create || !problem.empty()) {
+          *error = path + ": " + (problem.empty() ? "no such member" : problem);
+          return false;
+        }
       }
       v = &(*v)[s.key];
       n = n->element.get();
@@ -643,23 +656,27 @@ void Simulator::reset() {
 bool Simulator::loadStateText(const std::string& text, const std::string& origin,
                               std::string* error) {
   Json::CharReaderBuilder builder;
-  builder["collectComments"] = false;
-  builder["allowComments"] = false;
-  builder["rejectDupKeys"] = true;
-  builder["failIfExtra"] = true;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
   std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value overlay;
   std::string errors;
   if (!reader->parse(text.data(), text.data() + text.size(), &overlay, &errors)) {
-    // jsoncpp's message reads "* Line 3, Column 5\n  Syntax error: ..."
+    // jsoncpp reports "* Line 3, Column 5\n  Missing ..."; the first error
+    // is told as "file:3:5: not valid JSON: Missing ...".
+    int line = 0;
+    int column = 0;
     std::string message = errors;
-    while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
-      message.pop_back();
-    for (auto& c : message) {
-      if (c == '\n') c = ' ';
+    if (std::sscanf(errors.c_str(), "* Line %d, Column %d", &line, &column) == 2) {
+      const size_t start = errors.find('\n');
+      const size_t end = start == std::string::npos ? start : errors.find('\n', start + 1);
+      message = start == std::string::npos ? errors : errors.substr(start + 1, end - start - 1);
+      while (!message.empty() && message.front() == ' ') message.erase(0, 1);
     }
-    if (message.rfind("* ", 0) == 0) message = message.substr(2);
-    if (error) *error = origin + ": not valid JSON: " + message;
+    if (error) {
+      *error = origin +
+               (line > 0 ? ":" + std::to_string(line) + ":" + std::to_string(column) : "") +
+               ": not valid JSON: " + message;
+    }
     return false;
   }
   if (!overlay.isObject()) {
