@@ -830,6 +830,10 @@ bool Simulator::remove(const std::string& path, std::string* error) {
 // ---------------------------------------------------------------------------
 // Events
 
+namespace {
+bool fireLocked(const std::string& event, Json::Value a, std::string* error);
+}
+
 bool Simulator::fire(const std::string& event, const Json::Value& arguments, std::string* error) {
   Json::Value a = arguments;
   if (!a.isArray()) {
@@ -837,6 +841,22 @@ bool Simulator::fire(const std::string& event, const Json::Value& arguments, std
     if (!a.isNull()) list.append(a);
     a = list;
   }
+  std::string why;
+  const bool fired = fireLocked(event, a, &why);
+  JournalEntry entry;
+  entry.library = "tvsim";
+  entry.operation = "fire." + event;
+  entry.arguments = a;
+  entry.result = fired ? Json::Value(true) : Json::Value(why);
+  entry.thread = detail::currentThreadId();
+  Core::instance().appendJournal(std::move(entry));
+  if (!fired && error) *error = why;
+  return fired;
+}
+
+namespace {
+
+bool fireLocked(const std::string& event, Json::Value a, std::string* error) {
   auto bad = [&](const std::string& why) {
     if (error) *error = "fire " + event + ": " + why;
     return false;
@@ -929,5 +949,7 @@ bool Simulator::fire(const std::string& event, const Json::Value& arguments, std
   }
   return true;
 }
+
+}  // namespace
 
 }  // namespace tvsim
