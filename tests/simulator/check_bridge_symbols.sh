@@ -57,6 +57,8 @@ while read -r symbol lib; do
   case "$lib" in
     libc.so* | libm.so* | libstdc++.so* | libgcc_s.so* | ld-linux* | libpthread.so* | libdl.so*)
       continue ;;
+    libasan.so* | libubsan.so* | liblsan.so* | libtsan.so*)
+      continue ;; # the sanitizers' instrumentation of a sanitizer build
     libglib-2.0.so* | libgio-2.0.so* | libgobject-2.0.so* | libgmodule-2.0.so*)
       continue ;;
     libnode.so*)

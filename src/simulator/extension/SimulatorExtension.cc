@@ -246,6 +246,11 @@ GOptionGroup* SimulatorExtension::optionGroup() {
       {"sim-set", 0, 0, G_OPTION_ARG_STRING_ARRAY, nullptr,
        "Set one state value, VALUE as JSON or else as text (repeatable)", "PATH=VALUE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+  // A new group means a new parse: GOption overwrites without freeing.
+  g_clear_pointer(&stateFile_, g_free);
+  g_clear_pointer(&rootDir_, g_free);
+  g_clear_pointer(&journalFile_, g_free);
+  g_clear_pointer(&sets_, g_strfreev);
   GOptionEntry bound[5];
   for (int i = 0; i < 5; ++i) bound[i] = entries[i];
   bound[0].arg_data = &stateFile_;
