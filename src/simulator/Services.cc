@@ -195,7 +195,7 @@ int __dlog_print(int prio, const char* tag, const char* fmt, ...) {
             args(prio, text(tag), fmt ? Json::Value(message) : Json::Value()));
   Json::Value forced;
   if (call.forced(&forced)) return call.finish(forced.asInt());
-  if (!fmt || prio <= DLOG_DEFAULT || prio >= DLOG_SILENT) {
+  if (!fmt || prio < DLOG_DEFAULT || prio >= DLOG_SILENT) {
     return call.finish(DLOG_ERROR_INVALID_PARAMETER);
   }
   if (std::getenv("TVSIM_DLOG")) {

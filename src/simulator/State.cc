@@ -63,9 +63,9 @@ struct Node {
         break;
       case Int:
         d = "an integer";
-        if (min != LLONG_MIN && max != LLONG_MAX) {
+        if (max != INT_MAX && max != LLONG_MAX) {
           d += " from " + std::to_string(min) + " to " + std::to_string(max);
-        } else if (min != LLONG_MIN) {
+        } else if (min != INT_MIN && min != LLONG_MIN) {
           d += " of at least " + std::to_string(min);
         }
         break;
@@ -84,7 +84,8 @@ struct Node {
   }
 };
 
-NodePtr integer(long long min = LLONG_MIN, long long max = LLONG_MAX) {
+// Integers default to the range of an int, as the platform reads them.
+NodePtr integer(long long min = INT_MIN, long long max = INT_MAX) {
   auto n = std::make_shared<Node>();
   n->kind = Node::Int;
   n->min = min;
@@ -178,7 +179,7 @@ const Node& schema() {
         {"rua", object({{"sessions", integer(0)},
                         {"history", listOf(object({{"appId", textNode()},
                                                    {"package", textNode()},
-                                                   {"launchTime", integer(0)}}))}})},
+                                                   {"launchTime", integer(0, LLONG_MAX)}}))}})},
         {"bluetooth", object({{"initialized", boolean()},
                               {"adapterEnabled", boolean()},
                               {"devices", listOf(object({{"address", textNode()},
@@ -189,7 +190,7 @@ const Node& schema() {
                                                          {"pid", orNull(integer(0, 65535))}}))},
                               {"hid", object({{"started", boolean()}, {"set", boolean()}})}})},
         {"feedback", object({{"initialized", boolean()}, {"played", listOf(integer(0))}})},
-        {"clock", object({{"lastSet", orNull(object({{"seconds", integer()},
+        {"clock", object({{"lastSet", orNull(object({{"seconds", integer(LLONG_MIN, LLONG_MAX)},
                                                      {"arg1", integer(INT_MIN, INT_MAX)},
                                                      {"arg2", integer(INT_MIN, INT_MAX)}}))}})},
         {"launcher", object({{"apps", listOf(textNode())}})},
@@ -899,6 +900,7 @@ bool fireLocked(const std::string& event, Json::Value a, std::string* error) {
     if (a.size() > 0 && (!intArg(0, &presses) || presses < 1 || presses > 1000)) {
       return bad("the number of presses must be from 1 to 1000");
     }
+    if (power["powerKeyPressCount"].asInt() > INT_MAX - presses) return bad("the counter is full");
     power["powerKeyPressCount"] = power["powerKeyPressCount"].asInt() + presses;
   } else if (event == "btConnection") {
     if (a.size() < 2 || !a[0].isString() || !a[1].isBool()) {

@@ -205,3 +205,16 @@ TEST_F(StateTest, UnknownEventsAndBadArgumentsAreRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(StateTest, IntegersOutsideWhatThePlatformReadsAreRefused) {
+  std::string error;
+  EXPECT_FALSE(tvsim::Simulator::set("power.wakeupReason", Json::Int64(1) << 40, &error));
+  EXPECT_EQ("set: power.wakeupReason: expected an integer, found the number 1099511627776", error);
+  EXPECT_FALSE(tvsim::Simulator::set("tv.channel.attributes.1", 3.5, &error));
+  ASSERT_TRUE(tvsim::Simulator::set("power.bootingTime", Json::UInt(4000000000u), &error)) << error;
+  EXPECT_EQ(1, TvPowerClient::getWakeupReason());
+}
+
+}  // namespace
