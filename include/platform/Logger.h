@@ -46,11 +46,12 @@ class Logger {
   static void setThreshold(int level);
   static int threshold();
 
- private:
-  friend class LogCaptureAccess;
-  std::string name_;
-  // max(threshold, capture level): what any sink wants.
+  // Highest level any sink wants: the threshold, or trace while a capture
+  // is active. Kept by the logging back end.
   static std::atomic<int> enabledLevel_;
+
+ private:
+  std::string name_;
 };
 
 }  // namespace util

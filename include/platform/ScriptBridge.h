@@ -24,13 +24,14 @@ namespace Bridge {
 
 class ScriptEngine;
 
-// One tag per native class; only its address matters.
+// One tag per native class; only its address matters (word-aligned, as
+// internal fields require).
 template <class T>
 struct NativeClassTag {
-  static const char id;
+  static const long id;
 };
 template <class T>
-const char NativeClassTag<T>::id = 0;
+const long NativeClassTag<T>::id = 0;
 
 enum NativeField { kNativePointerField = 0, kNativeClassField = 1, kNativeFieldCount = 2 };
 
@@ -199,6 +200,9 @@ class ScriptBridge {
   virtual void mapScriptInterface(ScriptContext& context) = 0;
   virtual void* constructFromScript(const ScriptArray& args) = 0;
   virtual void destroyFromScript(void* native) = 0;
+
+  // The tag of the native class, known once mapScriptInterface has run.
+  const void* nativeClass() const { return nativeClass_; }
 
   // The engine's trace logger, used by the property accessors.
   static tarn::util::Logger traceLogger;

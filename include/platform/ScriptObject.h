@@ -15,6 +15,7 @@
 #include <v8.h>
 
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace Bridge {
@@ -78,10 +79,8 @@ class ScriptObject {
 
  protected:
   Kind kind_;
-  union {
-    bool boolean_;
-    double number_;
-  };
+  bool boolean_ = false;
+  double number_ = 0;
   std::string text_;
   v8::Global<v8::Value> handle_;
 };

@@ -1,0 +1,218 @@
+// Engine facilities bridges call besides the script classes: the process
+// manager, the task dispatcher, the toolkit's idle hand-off and stage hints
+// (served by the GLib main loop; no toolkit library is used), well-known
+// directories, the app configuration, the clock and the annotation stream.
+#include "EngineServices.h"
+
+#include <ctime>
+#include <mutex>
+
+#include "AppConfig.h"
+#include "CTimeInfo.h"
+#include "CTimeUtil.h"
+#include "DevicePath.h"
+#include "Logger.h"
+#include "Runtime.h"
+#include "TarnProcessManager.h"
+#include "TaskDispatcher.h"
+#include "clutter.h"
+#include "directory.h"
+#include "gator_annotate.h"
+
+FILE* gator_annotate = nullptr;
+
+namespace {
+
+std::mutex g_runtimeMutex;
+std::shared_ptr<TarnFullProcessRuntime> g_runtime;
+
+tarn::util::Logger& EngineLogger() {
+  static tarn::util::Logger logger("tarn.engine");
+  return logger;
+}
+
+}  // namespace
+
+TarnProcessManager* TarnProcessManager::Instance() {
+  static TarnProcessManager manager;
+  return &manager;
+}
+
+std::shared_ptr<TarnFullProcessRuntime> TarnProcessManager::Runtime() {
+  std::lock_guard<std::mutex> lock(g_runtimeMutex);
+  return g_runtime;
+}
+
+void TarnProcessManager::SetRuntime(std::shared_ptr<TarnFullProcessRuntime> runtime) {
+  std::lock_guard<std::mutex> lock(g_runtimeMutex);
+  g_runtime = std::move(runtime);
+}
+
+namespace tarn {
+namespace util {
+
+namespace {
+class MainLoopDispatcher : public TaskDispatcher {
+ public:
+  void AddTask(std::function<void()> task) override {
+    std::shared_ptr<TarnFullProcessRuntime> runtime = TarnProcessManager::Instance()->Runtime();
+    auto* host = dynamic_cast<tarn::host::Runtime*>(runtime.get());
+    if (!host) {
+      EngineLogger().log(__FILE__, __func__, __LINE__, LOG_WARN,
+                         "task dropped: no engine runtime is running");
+      return;
+    }
+    host->Post(std::move(task));
+  }
+};
+}  // namespace
+
+TaskDispatcher* TaskDispatcher::Instance() {
+  static MainLoopDispatcher dispatcher;
+  return &dispatcher;
+}
+
+namespace directory {
+
+std::string GetAppDataPath(const std::string& name) {
+  return platform::devicePath("/opt/usr/apps/" + name) + "/";
+}
+
+std::string GetPackagePath(const std::string& packageId) {
+  return platform::devicePath("/opt/usr/apps/" + packageId);
+}
+
+}  // namespace directory
+}  // namespace util
+}  // namespace tarn
+
+// --- Toolkit calls over the GLib main loop --------------------------------
+
+namespace {
+
+struct IdleCall {
+  GSourceFunc function;
+  gpointer data;
+  GDestroyNotify notify;
+};
+
+gboolean RunIdleCall(gpointer pointer) {
+  auto* call = static_cast<IdleCall*>(pointer);
+  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
+  if (!runtime || runtime->Exiting()) return G_SOURCE_REMOVE;
+  v8::Isolate* isolate = runtime->GetIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Context::Scope contextScope(runtime->Context());
+  gboolean again = call->function(call->data);
+  runtime->AfterScriptWork();
+  return again;
+}
+
+void FinishIdleCall(gpointer pointer) {
+  auto* call = static_cast<IdleCall*>(pointer);
+  if (call->notify) call->notify(call->data);
+  delete call;
+  if (tarn::host::Runtime* runtime = tarn::host::Runtime::Current()) runtime->Release();
+}
+
+struct _DefaultStage {
+  int unused;
+} g_defaultStage;
+
+std::mutex g_hintMutex;
+std::vector<std::pair<std::string, std::string>> g_hints;
+
+}  // namespace
+
+extern "C" guint clutter_threads_add_idle_full(gint priority, GSourceFunc func, gpointer data,
+                                               GDestroyNotify notify) {
+  if (!func) return 0;
+  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
+  GMainContext* context = runtime ? runtime->MainContext() : g_main_context_default();
+  if (runtime) runtime->Hold();
+  GSource* source = g_idle_source_new();
+  g_source_set_priority(source, priority);
+  g_source_set_callback(source, &RunIdleCall, new IdleCall{func, data, notify}, &FinishIdleCall);
+  guint id = g_source_attach(source, context);
+  g_source_unref(source);
+  return id;
+}
+
+extern "C" ClutterActor* clutter_stage_get_default(void) {
+  return reinterpret_cast<ClutterActor*>(&g_defaultStage);
+}
+
+extern "C" gboolean clutter_stage_aux_hint_add(ClutterStage* stage, const gchar* hint,
+                                               const gchar* value) {
+  if (stage != reinterpret_cast<ClutterStage*>(&g_defaultStage) || !hint) return FALSE;
+  std::lock_guard<std::mutex> lock(g_hintMutex);
+  g_hints.emplace_back(hint, value ? value : "");
+  return TRUE;
+}
+
+namespace tarn {
+namespace host {
+std::vector<std::pair<std::string, std::string>> StageHints() {
+  std::lock_guard<std::mutex> lock(g_hintMutex);
+  return g_hints;
+}
+}  // namespace host
+}  // namespace tarn
+
+// --- App configuration ----------------------------------------------------
+
+namespace {
+// Device paths until first use, then resolved through the platform.
+const char kDefaultTarnDataPath[] = "/opt/usr/apps/tarnapps/apps_temp/org.tarn.apps";
+}  // namespace
+
+AppConfig::AppConfig() : atlasWidth_(0), atlasHeight_(false) {}
+
+AppConfig* AppConfig::Instance() {
+  static AppConfig config;
+  return &config;
+}
+
+std::string AppConfig::GetTarnDataPath() const {
+  return platform::devicePath(tarnDataPath_.empty() ? kDefaultTarnDataPath : tarnDataPath_);
+}
+
+std::string AppConfig::GetAppDataPath() const {
+  return appDataPath_.empty() ? GetTarnDataPath() : platform::devicePath(appDataPath_);
+}
+
+void AppConfig::SetTarnDataPath(const std::string& path) { tarnDataPath_ = path; }
+void AppConfig::SetAppDataPath(const std::string& path) { appDataPath_ = path; }
+void AppConfig::set_gATLAS_WIDTH(int width) { atlasWidth_ = width; }
+void AppConfig::set_gATLAS_HEIGHT(bool height) { atlasHeight_ = height; }
+int AppConfig::gATLAS_WIDTH() const { return atlasWidth_; }
+bool AppConfig::gATLAS_HEIGHT() const { return atlasHeight_; }
+
+// --- Clock ----------------------------------------------------------------
+
+unsigned long CTimeUtil::GetCurrentTime() { return static_cast<unsigned long>(time(nullptr)); }
+
+CTimeInfo::CTimeInfo(unsigned long secondsSinceEpoch) : seconds_(secondsSinceEpoch) {}
+
+namespace {
+std::string Format(unsigned long seconds, const char* format) {
+  time_t t = static_cast<time_t>(seconds);
+  tm local;
+  if (!localtime_r(&t, &local)) return std::string();
+  char text[128];
+  size_t length = strftime(text, sizeof text, format, &local);
+  return std::string(text, length);
+}
+}  // namespace
+
+std::string CTimeInfo::GetDateString(bool longForm, bool yearFirst) const {
+  if (longForm) return Format(seconds_, yearFirst ? "%Y, %A %d %B" : "%A, %d %B %Y");
+  return Format(seconds_, yearFirst ? "%Y/%m/%d" : "%d/%m/%Y");
+}
+
+std::string CTimeInfo::GetTimeString(bool twelveHour) const {
+  if (!twelveHour) return Format(seconds_, "%H:%M");
+  std::string text = Format(seconds_, "%I:%M %p");
+  if (!text.empty() && text[0] == '0') text.erase(0, 1);
+  return text;
+}

@@ -1,0 +1,164 @@
+// Start-up and shut-down of the engine host around one script run.
+#include "tarn/host/Host.h"
+
+#include <dlfcn.h>
+#include <libplatform/libplatform.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "Runtime.h"
+#include "ScriptApi.h"
+#include "ScriptBridge.h"
+#include "TarnProcessManager.h"
+
+namespace tarn {
+namespace host {
+
+namespace {
+
+using LoadBridgesFunction = std::vector<Bridge::ScriptBridge*> (*)();
+
+void OnPromiseRejected(v8::PromiseRejectMessage message) {
+  if (Runtime* runtime = Runtime::Current()) runtime->NotePromiseRejection(message);
+}
+
+std::string Directory(const std::string& path) {
+  size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+}  // namespace
+
+struct Host::Impl {
+  HostOptions options;
+  std::vector<Extension*> extensions;
+  std::vector<Bridge::ScriptBridge*> bridges;
+
+  // Loads every bridge library; false with a message on stderr.
+  bool LoadBridges() {
+    for (const std::string& path : options.bridges) {
+      // Libraries stay loaded until the process ends: platform threads may
+      // still hold their callbacks.
+      void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+      if (!library) {
+        std::fprintf(stderr, "tarn-run: cannot load bridge %s: %s\n", path.c_str(), dlerror());
+        return false;
+      }
+      auto load = reinterpret_cast<LoadBridgesFunction>(dlsym(library, "loadBridges"));
+      if (!load) {
+        std::fprintf(stderr, "tarn-run: %s is not a bridge library: no loadBridges symbol\n",
+                     path.c_str());
+        return false;
+      }
+      try {
+        std::vector<Bridge::ScriptBridge*> loaded = load();
+        for (Bridge::ScriptBridge* bridge : loaded) {
+          if (bridge) bridges.push_back(bridge);
+        }
+      } catch (const std::exception& e) {
+        std::fprintf(stderr, "tarn-run: loadBridges of %s failed: %s\n", path.c_str(), e.what());
+        return false;
+      }
+    }
+    return true;
+  }
+
+  void DeleteBridges() {
+    for (Bridge::ScriptBridge* bridge : bridges) delete bridge;
+    bridges.clear();
+  }
+};
+
+Host::Host(HostOptions options) : impl_(new Impl) { impl_->options = std::move(options); }
+
+Host::~Host() = default;
+
+void Host::AddExtension(Extension* extension) { impl_->extensions.push_back(extension); }
+
+int Host::Run() {
+  const HostOptions& options = impl_->options;
+  {
+    std::ifstream probe(options.scriptPath);
+    if (!probe) {
+      std::fprintf(stderr, "tarn-run: cannot read script %s\n", options.scriptPath.c_str());
+      return 2;
+    }
+  }
+
+  v8::V8::InitializeICUDefaultLocation(options.programPath.c_str());
+  v8::V8::InitializeExternalStartupData(options.programPath.c_str());
+  std::unique_ptr<v8::Platform> platform = v8::platform::NewDefaultPlatform();
+  v8::V8::InitializePlatform(platform.get());
+  v8::V8::Initialize();
+  v8::Isolate::CreateParams params;
+  std::unique_ptr<v8::ArrayBuffer::Allocator> allocator(
+      v8::ArrayBuffer::Allocator::NewDefaultAllocator());
+  params.array_buffer_allocator = allocator.get();
+  v8::Isolate* isolate = v8::Isolate::New(params);
+  isolate->SetMicrotasksPolicy(v8::MicrotasksPolicy::kExplicit);
+  isolate->SetPromiseRejectCallback(&OnPromiseRejected);
+
+  auto runtime = std::make_shared<Runtime>(isolate, g_main_context_default());
+  TarnProcessManager::Instance()->SetRuntime(runtime);
+
+  int status = 0;
+  {
+    v8::Isolate::Scope isolateScope(isolate);
+    v8::HandleScope handleScope(isolate);
+    if (!impl_->LoadBridges()) {
+      status = 2;
+    } else {
+      v8::Local<v8::ObjectTemplate> global = v8::ObjectTemplate::New(isolate);
+      for (Bridge::ScriptBridge* bridge : impl_->bridges) bridge->bridgeTo(global);
+      v8::Local<v8::Context> context = v8::Context::New(isolate, nullptr, global);
+      v8::Context::Scope contextScope(context);
+      runtime->SetContext(context);
+      ScriptApiConfig config{Directory(options.scriptPath), options.scriptArgs};
+      v8::Local<v8::Object> tarn = InstallScriptApi(runtime.get(), context, config);
+      for (Extension* extension : impl_->extensions) extension->install(isolate, context, tarn);
+      for (Bridge::ScriptBridge* bridge : impl_->bridges) bridge->contextReady();
+
+      {
+        v8::TryCatch tryCatch(isolate);
+        std::string error;
+        if (!RunScriptFile(isolate, context, options.scriptPath, &error)) {
+          if (!error.empty()) {
+            std::fprintf(stderr, "tarn-run: %s\n", error.c_str());
+            runtime->RequestExit(2);
+          } else {
+            runtime->ReportUncaught(tryCatch);
+          }
+        }
+      }
+      if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
+      runtime->AfterScriptWork();
+      runtime->Run();
+      if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
+
+      if (runtime->Exiting()) {
+        status = runtime->ExitCode();
+      } else {
+        v8::Local<v8::Value> code;
+        if (tarn->Get(context, v8::String::NewFromUtf8Literal(isolate, "exitCode")).ToLocal(&code) &&
+            code->IsNumber()) {
+          status = Bridge::detail::toIntegral<int>(code.As<v8::Number>()->Value());
+        }
+      }
+      ShutdownScriptApi();
+    }
+    impl_->DeleteBridges();
+    runtime->SetContext(v8::Local<v8::Context>());
+  }
+  for (Extension* extension : impl_->extensions) extension->stop();
+  TarnProcessManager::Instance()->SetRuntime(nullptr);
+  runtime.reset();
+  isolate->Dispose();
+  v8::V8::Dispose();
+  v8::V8::DisposePlatform();
+  return status;
+}
+
+}  // namespace host
+}  // namespace tarn

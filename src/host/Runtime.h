@@ -1,0 +1,107 @@
+// The engine's runtime on the script thread: the isolate and its context, the
+// GLib main loop, the queue through which other threads hand work over, and
+// the hold count that keeps the loop running while something is pending.
+#pragma once
+
+#include <glib.h>
+#include <v8.h>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "ScriptEngine.h"
+#include "TarnFullProcessRuntime.h"
+
+namespace tarn {
+namespace host {
+
+class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
+ public:
+  // The runtime of the process, or null outside a running host.
+  static Runtime* Current();
+
+  Runtime(v8::Isolate* isolate, GMainContext* mainContext);
+  ~Runtime() override;
+
+  // TarnFullProcessRuntime: this, once a script context exists.
+  Bridge::ScriptEngine* GetScriptEngine() override;
+
+  // ScriptEngine: any thread; delivered later to the "event" and "interrupt"
+  // listeners.
+  void sendEvent(int code, const TarnEventArgsMap& args) override;
+  void sendInteruptEvent(int code, const TarnEventArgsMap& args) override;
+  v8::Isolate* GetIsolate() const override { return isolate_; }
+
+  // Any thread: runs task later on the script thread, in order, inside a
+  // handle scope and the context.
+  void Post(std::function<void()> task);
+
+  // Pending work that keeps the loop running. Any thread.
+  void Hold();
+  void Release();
+
+  void SetContext(v8::Local<v8::Context> context);
+  v8::Local<v8::Context> Context() const;
+  GMainContext* MainContext() const { return mainContext_; }
+
+  // Script listeners of engine events ("event", "interrupt"). Script thread.
+  void AddListener(const std::string& name, v8::Local<v8::Function> listener);
+  void RemoveListener(const std::string& name, v8::Local<v8::Function> listener);
+
+  // Runs the loop until nothing is pending or an exit is requested.
+  void Run();
+  // Stops at the next opportunity with this status.
+  void RequestExit(int code);
+  bool Exiting() const { return exiting_; }
+  int ExitCode() const { return exitCode_; }
+  void SetExitCode(int code) { exitCode_ = code; }
+
+  // After each piece of script work: runs microtasks, reports promises
+  // rejected without a handler, and quits when nothing is left.
+  void AfterScriptWork();
+  // Quits the loop when nothing is pending.
+  void MaybeQuit();
+  bool HasPendingWork();
+
+  // Reports an uncaught script error and ends the run with status 1.
+  void ReportUncaught(v8::TryCatch& tryCatch);
+
+  // Promises rejected with no handler are reported after the microtasks of
+  // the current piece of work have run.
+  void NotePromiseRejection(v8::PromiseRejectMessage message);
+
+ private:
+  static gboolean DrainCallback(gpointer self);
+  void Drain();
+  void Dispatch(const char* name, int code, const TarnEventArgsMap& args);
+
+  v8::Isolate* isolate_;
+  GMainContext* mainContext_;
+  GMainLoop* loop_;
+  v8::Global<v8::Context> context_;
+
+  std::mutex mutex_;
+  std::deque<std::function<void()>> queue_;
+  GSource* wake_ = nullptr;  // the scheduled drain, if any; guarded by mutex_
+
+  std::atomic<int> holds_{0};
+  bool exiting_ = false;
+  int exitCode_ = 0;
+  std::map<std::string, std::vector<v8::Global<v8::Function>>> listeners_;
+  std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> rejections_;
+};
+
+// Prints an exception with its location, source line and stack on stderr.
+void PrintException(v8::Isolate* isolate, v8::TryCatch& tryCatch);
+
+// Reports a caught exception as uncaught: through the runtime when there is
+// one (the run then ends with status 1), else just printed.
+void ReportException(v8::Isolate* isolate, v8::TryCatch& tryCatch);
+
+}  // namespace host
+}  // namespace tarn

@@ -1,0 +1,327 @@
+// Script values for native code. Primitives stay native until an engine value
+// is asked for; everything else is held by a persistent handle. Conversions
+// that run script and throw leave the exception pending and unwind the
+// handler with ScriptExceptionPending.
+#include "ScriptObject.h"
+
+#include "Runtime.h"
+#include "TarnException.h"
+
+namespace Bridge {
+
+namespace {
+
+v8::Isolate* CurrentIsolate() { return v8::Isolate::GetCurrent(); }
+
+v8::Local<v8::Context> CurrentContext(v8::Isolate* isolate) {
+  return isolate->GetCurrentContext();
+}
+
+v8::Local<v8::String> NewString(v8::Isolate* isolate, const std::string& text) {
+  v8::Local<v8::String> result;
+  if (!v8::String::NewFromUtf8(isolate, text.data(), v8::NewStringType::kNormal,
+                               static_cast<int>(text.size()))
+           .ToLocal(&result)) {
+    // Only a text beyond the engine's maximum length fails here.
+    throw TarnJsRuntimeException("text too long for a script string");
+  }
+  return result;
+}
+
+std::string Utf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  v8::String::Utf8Value utf8(isolate, value);
+  return *utf8 ? std::string(*utf8, utf8.length()) : std::string();
+}
+
+}  // namespace
+
+ScriptObject::ScriptObject(const char* text) : kind_(Kind::String), text_(text ? text : "") {}
+
+ScriptObject::ScriptObject(v8::Local<v8::Value> value) : kind_(Kind::Undefined) {
+  if (value.IsEmpty() || value->IsUndefined()) return;
+  if (value->IsNull()) {
+    kind_ = Kind::Null;
+  } else if (value->IsBoolean()) {
+    kind_ = Kind::Boolean;
+    boolean_ = value->IsTrue();
+  } else if (value->IsNumber()) {
+    kind_ = Kind::Number;
+    number_ = value.As<v8::Number>()->Value();
+  } else if (value->IsString()) {
+    kind_ = Kind::String;
+    text_ = Utf8(CurrentIsolate(), value);
+  } else {
+    kind_ = Kind::Handle;
+    handle_.Reset(CurrentIsolate(), value);
+  }
+}
+
+ScriptObject::ScriptObject(const ScriptObject& other)
+    : kind_(other.kind_), boolean_(other.boolean_), number_(other.number_), text_(other.text_) {
+  if (!other.handle_.IsEmpty()) handle_.Reset(CurrentIsolate(), other.handle_);
+}
+
+ScriptObject::ScriptObject(ScriptObject&& other) noexcept
+    : kind_(other.kind_),
+      boolean_(other.boolean_),
+      number_(other.number_),
+      text_(std::move(other.text_)),
+      handle_(std::move(other.handle_)) {}
+
+ScriptObject& ScriptObject::operator=(const ScriptObject& other) {
+  if (this == &other) return *this;
+  kind_ = other.kind_;
+  number_ = other.number_;
+  boolean_ = other.boolean_;
+  text_ = other.text_;
+  if (other.handle_.IsEmpty()) {
+    handle_.Reset();
+  } else {
+    handle_.Reset(CurrentIsolate(), other.handle_);
+  }
+  return *this;
+}
+
+ScriptObject& ScriptObject::operator=(ScriptObject&& other) noexcept {
+  kind_ = other.kind_;
+  number_ = other.number_;
+  boolean_ = other.boolean_;
+  text_ = std::move(other.text_);
+  handle_ = std::move(other.handle_);
+  return *this;
+}
+
+ScriptObject::~ScriptObject() = default;
+
+ScriptObject ScriptObject::Null() {
+  ScriptObject value;
+  value.kind_ = Kind::Null;
+  return value;
+}
+
+ScriptObject ScriptObject::NewObject() {
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  return ScriptObject(v8::Object::New(isolate));
+}
+
+bool ScriptObject::isObject() const {
+  if (kind_ != Kind::Handle) return false;
+  v8::HandleScope scope(CurrentIsolate());
+  return getValue()->IsObject();
+}
+
+bool ScriptObject::isFunction() const {
+  if (kind_ != Kind::Handle) return false;
+  v8::HandleScope scope(CurrentIsolate());
+  return getValue()->IsFunction();
+}
+
+bool ScriptObject::isArray() const {
+  if (kind_ != Kind::Handle) return false;
+  v8::HandleScope scope(CurrentIsolate());
+  return getValue()->IsArray();
+}
+
+double ScriptObject::asNumber() const {
+  switch (kind_) {
+    case Kind::Undefined:
+      return std::numeric_limits<double>::quiet_NaN();
+    case Kind::Null:
+      return 0;
+    case Kind::Boolean:
+      return boolean_ ? 1 : 0;
+    case Kind::Number:
+      return number_;
+    default:
+      break;
+  }
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  double result;
+  if (!getValue(isolate)->NumberValue(CurrentContext(isolate)).To(&result)) {
+    throw ScriptExceptionPending();
+  }
+  return result;
+}
+
+std::string ScriptObject::asString() const {
+  switch (kind_) {
+    case Kind::Undefined:
+      return "undefined";
+    case Kind::Null:
+      return "null";
+    case Kind::Boolean:
+      return boolean_ ? "true" : "false";
+    case Kind::String:
+      return text_;
+    default:
+      break;
+  }
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::String> text;
+  if (!getValue(isolate)->ToString(CurrentContext(isolate)).ToLocal(&text)) {
+    throw ScriptExceptionPending();
+  }
+  return Utf8(isolate, text);
+}
+
+bool ScriptObject::asBool() const {
+  switch (kind_) {
+    case Kind::Undefined:
+    case Kind::Null:
+      return false;
+    case Kind::Boolean:
+      return boolean_;
+    case Kind::Number:
+      return number_ != 0 && number_ == number_;
+    case Kind::String:
+      return !text_.empty();
+    case Kind::Handle:
+      break;
+  }
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  return getValue(isolate)->BooleanValue(isolate);
+}
+
+ScriptFunction ScriptObject::asFunction() const { return ScriptFunction(*this); }
+
+bool ScriptObject::has(const std::string& key) const {
+  if (kind_ != Kind::Handle) return false;
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  if (!value->IsObject()) return false;
+  bool result;
+  if (!value.As<v8::Object>()->Has(CurrentContext(isolate), NewString(isolate, key)).To(&result)) {
+    throw ScriptExceptionPending();
+  }
+  return result;
+}
+
+ScriptObject ScriptObject::get(const std::string& key) const {
+  if (kind_ != Kind::Handle) return ScriptObject();
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  if (!value->IsObject()) return ScriptObject();
+  v8::Local<v8::Value> member;
+  if (!value.As<v8::Object>()->Get(CurrentContext(isolate), NewString(isolate, key)).ToLocal(&member)) {
+    throw ScriptExceptionPending();
+  }
+  return ScriptObject(member);
+}
+
+void ScriptObject::set(const std::string& key, const ScriptObject& member) {
+  if (kind_ != Kind::Handle) return;
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  if (!value->IsObject()) return;
+  v8::Local<v8::Value> memberValue = member.getValue(isolate);
+  if (memberValue.IsEmpty()) memberValue = v8::Undefined(isolate);
+  if (value.As<v8::Object>()
+          ->Set(CurrentContext(isolate), NewString(isolate, key), memberValue)
+          .IsNothing()) {
+    throw ScriptExceptionPending();
+  }
+}
+
+v8::Local<v8::Value> ScriptObject::getValue() const { return getValue(CurrentIsolate()); }
+
+v8::Local<v8::Value> ScriptObject::getValue(v8::Isolate* isolate) const {
+  switch (kind_) {
+    case Kind::Undefined:
+      return v8::Local<v8::Value>();
+    case Kind::Null:
+      return v8::Null(isolate);
+    case Kind::Boolean:
+      return v8::Boolean::New(isolate, boolean_);
+    case Kind::Number:
+      return v8::Number::New(isolate, number_);
+    case Kind::String:
+      return NewString(isolate, text_);
+    case Kind::Handle:
+      return v8::Local<v8::Value>::New(isolate, handle_);
+  }
+  return v8::Local<v8::Value>();
+}
+
+ScriptArray::ScriptArray() {
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  kind_ = Kind::Handle;
+  handle_.Reset(isolate, v8::Array::New(isolate));
+}
+
+ScriptArray::ScriptArray(v8::Local<v8::Array> array) : ScriptObject(array) {}
+
+int ScriptArray::Length() const {
+  if (args_) return args_->Length();
+  if (kind_ != Kind::Handle) return 0;
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  return value->IsArray() ? static_cast<int>(value.As<v8::Array>()->Length()) : 0;
+}
+
+bool ScriptArray::has(int index) const { return index >= 0 && index < Length(); }
+
+ScriptObject ScriptArray::get(int index) const {
+  if (index < 0) return ScriptObject();
+  if (args_) return index < args_->Length() ? ScriptObject((*args_)[index]) : ScriptObject();
+  if (kind_ != Kind::Handle) return ScriptObject();
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  if (!value->IsObject()) return ScriptObject();
+  v8::Local<v8::Value> element;
+  if (!value.As<v8::Object>()->Get(CurrentContext(isolate), index).ToLocal(&element)) {
+    throw ScriptExceptionPending();
+  }
+  return ScriptObject(element);
+}
+
+void ScriptArray::set(int index, const ScriptObject& element) {
+  if (args_ || kind_ != Kind::Handle || index < 0) return;
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  if (!value->IsObject()) return;
+  v8::Local<v8::Value> elementValue = element.getValue(isolate);
+  if (elementValue.IsEmpty()) elementValue = v8::Undefined(isolate);
+  if (value.As<v8::Object>()
+          ->Set(CurrentContext(isolate), static_cast<uint32_t>(index), elementValue)
+          .IsNothing()) {
+    throw ScriptExceptionPending();
+  }
+}
+
+ScriptObject ScriptFunction::invoke(const ScriptArray& args) const {
+  if (kind_ != Kind::Handle) return ScriptObject();
+  v8::Isolate* isolate = CurrentIsolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Value> value = getValue(isolate);
+  if (!value->IsFunction()) return ScriptObject();
+  v8::Local<v8::Context> context = CurrentContext(isolate);
+  std::vector<v8::Local<v8::Value>> argv;
+  int count = args.Length();
+  argv.reserve(count);
+  for (int i = 0; i < count; ++i) {
+    v8::Local<v8::Value> element = args.get(i).getValue(isolate);
+    argv.push_back(element.IsEmpty() ? v8::Undefined(isolate).As<v8::Value>() : element);
+  }
+  v8::TryCatch tryCatch(isolate);
+  v8::Local<v8::Value> result;
+  if (!value.As<v8::Function>()
+           ->Call(context, v8::Undefined(isolate), count, argv.data())
+           .ToLocal(&result)) {
+    tarn::host::ReportException(isolate, tryCatch);
+    return ScriptObject();
+  }
+  return ScriptObject(result);
+}
+
+}  // namespace Bridge

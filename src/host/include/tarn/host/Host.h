@@ -1,0 +1,42 @@
+// The engine host: one V8 isolate and context on the calling (script) thread,
+// a GLib main loop on the default main context, bridges loaded from shared
+// libraries, and the script-visible globals (console, timers, `tarn`).
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tarn/host/Extension.h"
+
+namespace tarn {
+namespace host {
+
+struct HostOptions {
+  std::vector<std::string> bridges;  // bridge libraries, loaded in order
+  std::string scriptPath;
+  std::vector<std::string> scriptArgs;
+  std::string programPath;  // argv[0], to find ICU data
+};
+
+class Host {
+ public:
+  explicit Host(HostOptions options);
+  ~Host();
+
+  // Extensions are installed in the order added; not owned.
+  void AddExtension(Extension* extension);
+
+  // Loads the bridges, runs the script and the main loop until nothing is
+  // pending or the script exits. Returns the process exit status: the
+  // script's code, 1 after an uncaught error, 2 when a bridge or the script
+  // file cannot be loaded (with a message on stderr).
+  int Run();
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace host
+}  // namespace tarn

@@ -1,0 +1,140 @@
+// tarn-run: runs a script in the engine host with the bridges loaded, the way
+// the TV's engine runs home-screen scripts.
+#include <glib.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AppConfig.h"
+#include "Logger.h"
+#include "extensions.h"
+#include "tarn/host/Host.h"
+
+#ifndef TARN_VERSION
+#define TARN_VERSION "0.0.0"
+#endif
+#ifndef TARN_DEFAULT_BRIDGES
+#define TARN_DEFAULT_BRIDGES ""
+#endif
+
+namespace {
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  size_t start = 0;
+  while (start <= text.size()) {
+    size_t end = text.find(separator, start);
+    if (end == std::string::npos) end = text.size();
+    if (end > start) parts.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return parts;
+}
+
+// From a number 0..4 or a level name; -1 when neither.
+int ParseLevel(const char* text) {
+  static const char* const names[] = {"error", "warn", "info", "debug", "trace"};
+  for (int i = 0; i < 5; ++i) {
+    if (strcasecmp(text, names[i]) == 0) return i;
+  }
+  if (text[0] >= '0' && text[0] <= '4' && text[1] == '\0') return text[0] - '0';
+  return -1;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  gchar** bridges = nullptr;
+  gboolean noBridges = FALSE;
+  gboolean version = FALSE;
+  gchar* logLevel = nullptr;
+  gchar* tarnData = nullptr;
+  gchar* appData = nullptr;
+  GOptionEntry entries[] = {
+      {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &bridges,
+       "Bridge library to load (repeatable; default: $TARN_BRIDGES, else the built QDUtil bridge)",
+       "PATH"},
+      {"no-bridges", 0, 0, G_OPTION_ARG_NONE, &noBridges, "Load no bridge at all", nullptr},
+      {"log-level", 'l', 0, G_OPTION_ARG_STRING, &logLevel,
+       "Log threshold: error, warn, info, debug, trace or 0-4 (default: $TARN_LOG_LEVEL, else info)",
+       "LEVEL"},
+      {"tarn-data", 0, 0, G_OPTION_ARG_FILENAME, &tarnData,
+       "Device path of the running app's data folder", "PATH"},
+      {"app-data", 0, 0, G_OPTION_ARG_FILENAME, &appData,
+       "Device path where the app writes its own files (default: its data folder)", "PATH"},
+      {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
+      {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+
+  std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
+  GOptionContext* options = g_option_context_new("SCRIPT.js [ARGUMENTS...]");
+  g_option_context_set_summary(options,
+                               "Runs SCRIPT.js in the Tarn engine host with the bridges loaded.\n"
+                               "The process ends when no timer, task or listener is pending, "
+                               "or at tarn.exit(code).");
+  g_option_context_add_main_entries(options, entries, nullptr);
+  for (auto& extension : extensions) {
+    if (GOptionGroup* group = extension->optionGroup()) g_option_context_add_group(options, group);
+  }
+  // Options end at the script name; what follows belongs to the script.
+  g_option_context_set_strict_posix(options, TRUE);
+  GError* error = nullptr;
+  if (!g_option_context_parse(options, &argc, &argv, &error)) {
+    std::fprintf(stderr, "tarn-run: %s\nTry tarn-run --help.\n", error->message);
+    g_error_free(error);
+    g_option_context_free(options);
+    return 2;
+  }
+  g_option_context_free(options);
+
+  if (version) {
+    std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
+    return 0;
+  }
+  if (logLevel) {
+    int level = ParseLevel(logLevel);
+    if (level < 0) {
+      std::fprintf(stderr, "tarn-run: unknown log level \"%s\"\n", logLevel);
+      return 2;
+    }
+    tarn::util::Logger::setThreshold(level);
+  }
+  // argv[0] is the program; the script comes next, possibly after "--".
+  int first = 1;
+  if (first < argc && std::strcmp(argv[first], "--") == 0) ++first;
+  if (first >= argc) {
+    std::fprintf(stderr, "tarn-run: no script given\nTry tarn-run --help.\n");
+    return 2;
+  }
+
+  tarn::host::HostOptions hostOptions;
+  hostOptions.programPath = argv[0];
+  hostOptions.scriptPath = argv[first];
+  for (int i = first + 1; i < argc; ++i) hostOptions.scriptArgs.push_back(argv[i]);
+  if (bridges) {
+    for (gchar** path = bridges; *path; ++path) hostOptions.bridges.push_back(*path);
+  } else if (!noBridges) {
+    const char* fromEnvironment = std::getenv("TARN_BRIDGES");
+    hostOptions.bridges = Split(fromEnvironment ? fromEnvironment : TARN_DEFAULT_BRIDGES, ':');
+  }
+  if (noBridges) hostOptions.bridges.clear();
+  g_strfreev(bridges);
+  g_free(logLevel);
+  if (tarnData) AppConfig::Instance()->SetTarnDataPath(tarnData);
+  if (appData) AppConfig::Instance()->SetAppDataPath(appData);
+  g_free(tarnData);
+  g_free(appData);
+
+  for (auto& extension : extensions) {
+    std::string message;
+    if (!extension->start(&message)) {
+      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+      return 2;
+    }
+  }
+  tarn::host::Host host(hostOptions);
+  for (auto& extension : extensions) host.AddExtension(extension.get());
+  return host.Run();
+}
