@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "Logger.h"
 #include "ScriptObject.h"
@@ -182,10 +183,19 @@ class ScriptBridge {
     void bindAccessor(const char* name, v8::AccessorGetterCallback getter,
                       v8::AccessorSetterCallback setter);
 
+    // Installs what was bound; the engine calls it after mapScriptInterface.
+    void finish();
+
    private:
+    struct Accessor {
+      const char* name;
+      v8::AccessorGetterCallback getter;
+      v8::AccessorSetterCallback setter;
+    };
     v8::Isolate* isolate_;
     v8::Local<v8::FunctionTemplate> classTemplate_;
     const void* nativeClass_ = nullptr;
+    std::vector<Accessor> accessors_;
   };
 
   explicit ScriptBridge(bool global);

@@ -68,8 +68,17 @@ void ScriptBridge::ScriptContext::bindMethod(const char* methodName,
 void ScriptBridge::ScriptContext::bindAccessor(const char* propertyName,
                                                v8::AccessorGetterCallback getter,
                                                v8::AccessorSetterCallback setter) {
-  propertyTemplate()->SetAccessor(name(propertyName), getter, setter, v8::Local<v8::Value>(),
-                                  v8::DEFAULT, v8::None);
+  accessors_.push_back(Accessor{propertyName, getter, setter});
+}
+
+// An object template lists its accessors newest first, so they go in last to
+// first: objects then enumerate them in binding order.
+void ScriptBridge::ScriptContext::finish() {
+  for (auto it = accessors_.rbegin(); it != accessors_.rend(); ++it) {
+    propertyTemplate()->SetAccessor(name(it->name), it->getter, it->setter,
+                                    v8::Local<v8::Value>(), v8::DEFAULT, v8::None);
+  }
+  accessors_.clear();
 }
 
 ScriptBridge::ScriptBridge(bool global) : self_(this), engineWord_(nullptr), global_(global) {}
@@ -171,6 +180,7 @@ v8::Local<v8::FunctionTemplate> ScriptInstanceBridge::classTemplate(v8::Isolate*
   constructor->SetClassName(className);
   constructor->InstanceTemplate()->SetInternalFieldCount(kNativeFieldCount);
   mapScriptInterface(context);
+  context.finish();
   nativeClass_ = context.nativeClass();
   template_.Reset(isolate, constructor);
   return scope.Escape(constructor);

@@ -122,7 +122,7 @@ TEST_F(BindingFrameTest, ConversionThatThrowsStopsTheHandlerWithTheScriptsOwnErr
             "Uncaught TypeError: Cannot convert a Symbol value to a number");
   EXPECT_EQ(Error(context, "new Probe().readNumber(5n)"),
             "Uncaught TypeError: Cannot convert a BigInt value to a number");
-  EXPECT_EQ(bridge.calls, 2) << "the handler starts, and stops at the conversion";
+  EXPECT_EQ(bridge.calls, 3) << "each handler starts, and stops at the conversion";
   v8::Local<v8::Value> ok = Run(context, "new Probe().readNumber('800')", nullptr);
   ASSERT_FALSE(ok.IsEmpty());
   EXPECT_EQ(Text(ok), "800");

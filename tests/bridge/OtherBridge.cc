@@ -13,19 +13,16 @@ class OtherBridge : public Bridge::ScriptInstanceBridge {
   void mapScriptInterface(ScriptContext& context) override {
     context.captureMethodCall<OtherBridge, &OtherBridge::HandlePing>("ping");
   }
-  void* constructFromScript(const Bridge::ScriptArray&) override { return &payload_; }
+  void* constructFromScript(const Bridge::ScriptArray&) override { return this; }
   void destroyFromScript(void*) override {}
 
   static Bridge::ScriptObject HandlePing(OtherBridge* self, const Bridge::ScriptArray&) {
-    return self->payload_.text;
+    return self->reply_;
   }
 
  private:
-  // Deliberately not the bridge itself: a different native layout behind the
-  // same internal field.
-  struct Payload {
-    const char* text = "pong";
-  } payload_;
+  // A native layout unlike the QDUtil bridge's behind the same internal field.
+  const char* reply_ = "pong";
 };
 
 }  // namespace
