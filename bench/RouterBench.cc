@@ -1,6 +1,7 @@
 // Cost per call of the QDUtil binding frame against bare V8 callbacks doing
 // the same work, measured in one process with the same loop shape:
-//   - an inert method ("registerKey") against a bare function returning true;
+//   - an inert method ("registerKey") against a bare method returning true,
+//     both prototype methods of a class whose objects have internal fields;
 //   - a constant read ("NB_MODE") against a bare accessor returning a number;
 //   - when the bridge binds it, "ExtractForegroundColor" against a bare
 //     function that reads three numbers.
@@ -88,10 +89,12 @@ int main(int argc, char* argv[]) {
     v8::Isolate::Scope isolateScope(isolate);
     v8::HandleScope handleScope(isolate);
     v8::Local<v8::ObjectTemplate> global = v8::ObjectTemplate::New(isolate);
-    global->Set(isolate, "bareTrue", v8::FunctionTemplate::New(isolate, BareTrue));
-    global->Set(isolate, "bareThreeNumbers", v8::FunctionTemplate::New(isolate, BareThreeNumbers));
     v8::Local<v8::FunctionTemplate> bareClass = v8::FunctionTemplate::New(isolate);
     bareClass->InstanceTemplate()->SetInternalFieldCount(2);
+    bareClass->PrototypeTemplate()->Set(isolate, "registerKey",
+                                        v8::FunctionTemplate::New(isolate, BareTrue));
+    bareClass->PrototypeTemplate()->Set(isolate, "ExtractForegroundColor",
+                                        v8::FunctionTemplate::New(isolate, BareThreeNumbers));
     bareClass->InstanceTemplate()->SetAccessor(
         v8::String::NewFromUtf8Literal(isolate, "NB_MODE", v8::NewStringType::kInternalized),
         BareConstant);
@@ -125,9 +128,9 @@ int main(int argc, char* argv[]) {
     double empty = RunLoop(isolate, context, "s+=1;", iterations);
     std::printf("%-44s %7.2f ns/iteration\n", "empty loop", empty);
 
-    double bareCall = RunLoop(isolate, context, "if(bareTrue())s++;", iterations);
+    double bareCall = RunLoop(isolate, context, "if(bare.registerKey())s++;", iterations);
     double inert = RunLoop(isolate, context, "if(q.registerKey())s++;", iterations);
-    std::printf("%-44s %7.2f ns/call\n", "bare callback returning true", bareCall);
+    std::printf("%-44s %7.2f ns/call\n", "bare.registerKey(), a bare method", bareCall);
     std::printf("%-44s %7.2f ns/call\n", "q.registerKey() through the router", inert);
     std::printf("%-44s %7.2f   (target <= 1.50)\n", "ratio inert / bare", inert / bareCall);
 
@@ -143,7 +146,8 @@ int main(int argc, char* argv[]) {
                                          isolate, "typeof q.ExtractForegroundColor === 'function'"))
             .ToLocal(&probe) &&
         probe->Run(context).ToLocal(&hasExtract) && hasExtract->IsTrue()) {
-      double bareThree = RunLoop(isolate, context, "s+=bareThreeNumbers(10,200,30);", iterations);
+      double bareThree =
+          RunLoop(isolate, context, "s+=bare.ExtractForegroundColor(10,200,30);", iterations);
       double extract =
           RunLoop(isolate, context, "if(q.ExtractForegroundColor(10,200,30))s++;", iterations);
       std::printf("%-44s %7.2f ns/call\n", "bare callback reading three numbers", bareThree);

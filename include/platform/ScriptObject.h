@@ -44,7 +44,8 @@ class ScriptObject {
   ScriptObject(ScriptObject&& other) noexcept;
   ScriptObject& operator=(const ScriptObject& other);
   ScriptObject& operator=(ScriptObject&& other) noexcept;
-  virtual ~ScriptObject();
+  // Inline: a handler's result is built and dropped on every call.
+  virtual ~ScriptObject() = default;
 
   static ScriptObject Null();
   // A new, empty script object ({}), to fill with set().
@@ -75,9 +76,25 @@ class ScriptObject {
   // The engine value, created in the current handle scope. Undefined gives
   // an empty handle, which a router answers with its default (undefined).
   v8::Local<v8::Value> getValue() const;
-  v8::Local<v8::Value> getValue(v8::Isolate* isolate) const;
+  v8::Local<v8::Value> getValue(v8::Isolate* isolate) const {
+    switch (kind_) {
+      case Kind::Undefined:
+        return v8::Local<v8::Value>();
+      case Kind::Null:
+        return v8::Null(isolate);
+      case Kind::Boolean:
+        return v8::Boolean::New(isolate, boolean_);
+      case Kind::Number:
+        return v8::Number::New(isolate, number_);
+      default:
+        return heapValue(isolate);
+    }
+  }
 
  protected:
+  // Texts and handles.
+  v8::Local<v8::Value> heapValue(v8::Isolate* isolate) const;
+
   Kind kind_;
   bool boolean_ = false;
   double number_ = 0;

@@ -141,7 +141,8 @@ int Host::Run() {
         status = runtime->ExitCode();
       } else {
         v8::Local<v8::Value> code;
-        if (tarn->Get(context, v8::String::NewFromUtf8Literal(isolate, "exitCode")).ToLocal(&code) &&
+        if (tarn->Get(context, v8::String::NewFromUtf8Literal(isolate, "exitCode"))
+                .ToLocal(&code) &&
             code->IsNumber()) {
           status = Bridge::detail::toIntegral<int>(code.As<v8::Number>()->Value());
         }

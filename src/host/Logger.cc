@@ -73,12 +73,16 @@ void Logger::log(const char* file, const char* function, int line, int level,
     strftime(clock, sizeof clock, "%H:%M:%S", &local);
     char letter = level >= 0 && level <= LOG_TRACE ? kLevelLetters[level] : '?';
     std::fprintf(stderr, "%c %s.%03ld %s [%s:%s:%d] %s\n", letter, clock, now.tv_nsec / 1000000,
-                 name_.c_str(), file ? file : "", function ? function : "", line,
-                 message.c_str());
+                 name_.c_str(), file ? file : "", function ? function : "", line, message.c_str());
   }
   if (!Captures().empty()) {
-    LogRecord record{name_,   level, file ? file : "", function ? function : "",
-                     line,    message, static_cast<unsigned long>(syscall(SYS_gettid))};
+    LogRecord record{name_,
+                     level,
+                     file ? file : "",
+                     function ? function : "",
+                     line,
+                     message,
+                     static_cast<unsigned long>(syscall(SYS_gettid))};
     for (host::LogCapture* capture : Captures()) capture->add(record);
   }
 }

@@ -163,8 +163,8 @@ void AddTimer(const v8::FunctionCallbackInfo<v8::Value>& info, bool repeat) {
   if (!(delay >= 1)) delay = repeat ? 1 : 0;  // NaN, negatives and 0 alike
   if (delay > G_MAXUINT) delay = G_MAXUINT;
   Runtime* runtime = State().runtime;
-  auto* timer = new Timer{runtime, v8::Global<v8::Function>(isolate, info[0].As<v8::Function>()),
-                          {}, repeat};
+  auto* timer =
+      new Timer{runtime, v8::Global<v8::Function>(isolate, info[0].As<v8::Function>()), {}, repeat};
   for (int i = 2; i < info.Length(); ++i) timer->args.emplace_back(isolate, info[i]);
   GSource* source = g_timeout_source_new(static_cast<guint>(delay));
   g_source_set_callback(source, &FireTimer, timer, &ForgetTimer);
@@ -231,7 +231,8 @@ bool ListenerArguments(const v8::FunctionCallbackInfo<v8::Value>& info, std::str
 
 void On(const v8::FunctionCallbackInfo<v8::Value>& info) {
   std::string name;
-  if (ListenerArguments(info, &name)) State().runtime->AddListener(name, info[1].As<v8::Function>());
+  if (ListenerArguments(info, &name))
+    State().runtime->AddListener(name, info[1].As<v8::Function>());
 }
 
 void Off(const v8::FunctionCallbackInfo<v8::Value>& info) {
@@ -258,16 +259,18 @@ void LogTake(const v8::FunctionCallbackInfo<v8::Value>& info) {
   uint32_t index = 0;
   for (const auto& record : State().capture->take()) {
     v8::Local<v8::Object> item = v8::Object::New(isolate);
-    bool ok = item->Set(context, Text(isolate, "logger"), Text(isolate, record.logger)).FromMaybe(false) &&
-              item->Set(context, Text(isolate, "level"), v8::Integer::New(isolate, record.level))
-                  .FromMaybe(false) &&
-              item->Set(context, Text(isolate, "file"), Text(isolate, record.file)).FromMaybe(false) &&
-              item->Set(context, Text(isolate, "function"), Text(isolate, record.function))
-                  .FromMaybe(false) &&
-              item->Set(context, Text(isolate, "line"), v8::Integer::New(isolate, record.line))
-                  .FromMaybe(false) &&
-              item->Set(context, Text(isolate, "text"), Text(isolate, record.text)).FromMaybe(false) &&
-              list->Set(context, index++, item).FromMaybe(false);
+    bool ok =
+        item->Set(context, Text(isolate, "logger"), Text(isolate, record.logger))
+            .FromMaybe(false) &&
+        item->Set(context, Text(isolate, "level"), v8::Integer::New(isolate, record.level))
+            .FromMaybe(false) &&
+        item->Set(context, Text(isolate, "file"), Text(isolate, record.file)).FromMaybe(false) &&
+        item->Set(context, Text(isolate, "function"), Text(isolate, record.function))
+            .FromMaybe(false) &&
+        item->Set(context, Text(isolate, "line"), v8::Integer::New(isolate, record.line))
+            .FromMaybe(false) &&
+        item->Set(context, Text(isolate, "text"), Text(isolate, record.text)).FromMaybe(false) &&
+        list->Set(context, index++, item).FromMaybe(false);
     if (!ok) return;
   }
   info.GetReturnValue().Set(list);
@@ -349,7 +352,8 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
   v8::Local<v8::Object> tarn = NewNamespace(context, global, "tarn");
   v8::Local<v8::Array> args = v8::Array::New(isolate);
   for (size_t i = 0; i < config.args.size(); ++i) {
-    if (args->Set(context, static_cast<uint32_t>(i), Text(isolate, config.args[i])).IsNothing()) break;
+    if (args->Set(context, static_cast<uint32_t>(i), Text(isolate, config.args[i])).IsNothing())
+      break;
   }
   if (tarn->Set(context, Text(isolate, "args"), args).IsNothing() ||
       tarn->Set(context, Text(isolate, "version"), Text(isolate, TARN_VERSION)).IsNothing() ||

@@ -75,8 +75,8 @@ void ScriptBridge::ScriptContext::bindAccessor(const char* propertyName,
 // first: objects then enumerate them in binding order.
 void ScriptBridge::ScriptContext::finish() {
   for (auto it = accessors_.rbegin(); it != accessors_.rend(); ++it) {
-    propertyTemplate()->SetAccessor(name(it->name), it->getter, it->setter,
-                                    v8::Local<v8::Value>(), v8::DEFAULT, v8::None);
+    propertyTemplate()->SetAccessor(name(it->name), it->getter, it->setter, v8::Local<v8::Value>(),
+                                    v8::DEFAULT, v8::None);
   }
   accessors_.clear();
 }
@@ -149,7 +149,8 @@ void Construct(const v8::FunctionCallbackInfo<v8::Value>& info) {
   }
   v8::Local<v8::Object> self = info.This();
   self->SetAlignedPointerInInternalField(kNativePointerField, native);
-  self->SetAlignedPointerInInternalField(kNativeClassField, const_cast<void*>(bridge->nativeClass()));
+  self->SetAlignedPointerInInternalField(kNativeClassField,
+                                         const_cast<void*>(bridge->nativeClass()));
   auto* weak = new WeakNative{bridge, native, v8::Global<v8::Object>(isolate, self)};
   weak->handle.SetWeak(weak, &OnCollected, v8::WeakCallbackType::kParameter);
   LiveObjects()[bridge].insert(weak);
@@ -202,8 +203,7 @@ void ScriptInstanceBridge::bridgeTo(v8::Local<v8::Object> target) {
   ScriptContext naming(isolate, constructor);
   v8::Local<v8::Function> function;
   if (!constructor->GetFunction(context).ToLocal(&function)) return;
-  if (target->DefineOwnProperty(context, naming.name(getScriptClassName()), function,
-                                v8::DontEnum)
+  if (target->DefineOwnProperty(context, naming.name(getScriptClassName()), function, v8::DontEnum)
           .IsNothing()) {
     return;
   }

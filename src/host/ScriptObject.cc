@@ -13,9 +13,7 @@ namespace {
 
 v8::Isolate* CurrentIsolate() { return v8::Isolate::GetCurrent(); }
 
-v8::Local<v8::Context> CurrentContext(v8::Isolate* isolate) {
-  return isolate->GetCurrentContext();
-}
+v8::Local<v8::Context> CurrentContext(v8::Isolate* isolate) { return isolate->GetCurrentContext(); }
 
 v8::Local<v8::String> NewString(v8::Isolate* isolate, const std::string& text) {
   v8::Local<v8::String> result;
@@ -90,8 +88,6 @@ ScriptObject& ScriptObject::operator=(ScriptObject&& other) noexcept {
   handle_ = std::move(other.handle_);
   return *this;
 }
-
-ScriptObject::~ScriptObject() = default;
 
 ScriptObject ScriptObject::Null() {
   ScriptObject value;
@@ -208,7 +204,9 @@ ScriptObject ScriptObject::get(const std::string& key) const {
   v8::Local<v8::Value> value = getValue(isolate);
   if (!value->IsObject()) return ScriptObject();
   v8::Local<v8::Value> member;
-  if (!value.As<v8::Object>()->Get(CurrentContext(isolate), NewString(isolate, key)).ToLocal(&member)) {
+  if (!value.As<v8::Object>()
+           ->Get(CurrentContext(isolate), NewString(isolate, key))
+           .ToLocal(&member)) {
     throw ScriptExceptionPending();
   }
   return ScriptObject(member);
@@ -231,21 +229,9 @@ void ScriptObject::set(const std::string& key, const ScriptObject& member) {
 
 v8::Local<v8::Value> ScriptObject::getValue() const { return getValue(CurrentIsolate()); }
 
-v8::Local<v8::Value> ScriptObject::getValue(v8::Isolate* isolate) const {
-  switch (kind_) {
-    case Kind::Undefined:
-      return v8::Local<v8::Value>();
-    case Kind::Null:
-      return v8::Null(isolate);
-    case Kind::Boolean:
-      return v8::Boolean::New(isolate, boolean_);
-    case Kind::Number:
-      return v8::Number::New(isolate, number_);
-    case Kind::String:
-      return NewString(isolate, text_);
-    case Kind::Handle:
-      return v8::Local<v8::Value>::New(isolate, handle_);
-  }
+v8::Local<v8::Value> ScriptObject::heapValue(v8::Isolate* isolate) const {
+  if (kind_ == Kind::String) return NewString(isolate, text_);
+  if (kind_ == Kind::Handle) return v8::Local<v8::Value>::New(isolate, handle_);
   return v8::Local<v8::Value>();
 }
 
