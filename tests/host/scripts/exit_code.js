@@ -1,0 +1,1 @@
+setTimeout(() => { tarn.exitCode = 4; }, 5);

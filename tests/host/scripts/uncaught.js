@@ -1,0 +1,5 @@
+function thrower() {
+  throw new TypeError('bad thing');
+}
+thrower();
+console.log('not reached');

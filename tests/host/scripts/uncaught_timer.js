@@ -1,0 +1,2 @@
+setTimeout(function inTimer() { null.property; }, 1);
+setTimeout(() => console.log('not reached'), 50);
