@@ -5,6 +5,8 @@
 
 #include "QDUtilBridge.h"
 #include "V8TestEnvironment.h"
+#include "tarn/host/LogCapture.h"
+#include "tvsim/Simulator.h"
 
 namespace {
 
@@ -13,9 +15,28 @@ using Bridge::ScriptBridge;
 
 class BridgeLifetimeTest : public testing_v8::V8Test {};
 
+size_t Calls(const std::string& library, const std::string& operation) {
+  size_t count = 0;
+  for (const tvsim::JournalEntry& entry : tvsim::Simulator::journal()) {
+    if (entry.library == library && entry.operation == operation) ++count;
+  }
+  return count;
+}
+
+std::vector<std::string> Texts(const std::vector<tarn::util::LogRecord>& records) {
+  std::vector<std::string> texts;
+  for (const auto& record : records) {
+    if (record.logger == "tarn.qdutil.bridge") texts.push_back(record.text);
+  }
+  return texts;
+}
+
 TEST_F(BridgeLifetimeTest, LoadBridgesGivesOneNewBridgeEachTime) {
+  tvsim::Simulator::clearJournal();
   std::vector<ScriptBridge*> first = loadBridges();
+  EXPECT_EQ(Calls("AppContextClient", "initialize"), 1u);
   std::vector<ScriptBridge*> second = loadBridges();
+  EXPECT_EQ(Calls("AppContextClient", "initialize"), 2u) << "each bridge connects once";
   ASSERT_EQ(first.size(), 1u);
   ASSERT_EQ(second.size(), 1u);
   EXPECT_NE(first[0], second[0]);
@@ -23,6 +44,30 @@ TEST_F(BridgeLifetimeTest, LoadBridgesGivesOneNewBridgeEachTime) {
   EXPECT_NE(dynamic_cast<QDUtilBridge*>(second[0]), nullptr);
   delete first[0];
   delete second[0];
+  EXPECT_EQ(Calls("AppContextClient", "finalize"), 2u) << "each bridge disconnects once";
+}
+
+TEST_F(BridgeLifetimeTest, ConstructionAndDestructionLogTheServiceStatus) {
+  tarn::host::LogCapture capture;
+  std::unique_ptr<QDUtilBridge> bridge(new QDUtilBridge());
+  EXPECT_EQ(Texts(capture.take()), (std::vector<std::string>{"constructor", "context init ret:0"}));
+  bridge.reset();
+  std::vector<tarn::util::LogRecord> records = capture.take();
+  EXPECT_EQ(Texts(records), (std::vector<std::string>{"destructor", "context fini ret:0"}));
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_EQ(records[0].function, "~QDUtilBridge");
+  EXPECT_EQ(records[0].file, "src/bridge/QDUtilBridge");
+  EXPECT_EQ(records[0].level, 2);
+}
+
+TEST_F(BridgeLifetimeTest, FailedServiceConnectionStillMakesABridge) {
+  std::string error;
+  ASSERT_TRUE(tvsim::Simulator::forceResult("AppContextClient.initialize", -1, &error)) << error;
+  tarn::host::LogCapture capture;
+  std::unique_ptr<QDUtilBridge> bridge(new QDUtilBridge());
+  EXPECT_EQ(Texts(capture.take()),
+            (std::vector<std::string>{"constructor", "context init ret:-1"}));
+  EXPECT_STREQ(bridge->getScriptClassName(), "QDUtil");
 }
 
 TEST_F(BridgeLifetimeTest, ConstructFromScriptAnswersTheBridgeItself) {
