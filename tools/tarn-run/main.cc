@@ -47,12 +47,13 @@ int ParseLevel(const char* text) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  gchar** bridges = nullptr;
+  // Freed on every way out of main.
+  g_auto(GStrv) bridges = nullptr;
+  g_autofree gchar* logLevel = nullptr;
+  g_autofree gchar* tarnData = nullptr;
+  g_autofree gchar* appData = nullptr;
   gboolean noBridges = FALSE;
   gboolean version = FALSE;
-  gchar* logLevel = nullptr;
-  gchar* tarnData = nullptr;
-  gchar* appData = nullptr;
   GOptionEntry entries[] = {
       {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &bridges,
        "Bridge library to load (repeatable; default: $TARN_BRIDGES, else the built QDUtil bridge)",
@@ -121,12 +122,8 @@ int main(int argc, char* argv[]) {
     hostOptions.bridges = Split(fromEnvironment ? fromEnvironment : TARN_DEFAULT_BRIDGES, ':');
   }
   if (noBridges) hostOptions.bridges.clear();
-  g_strfreev(bridges);
-  g_free(logLevel);
   if (tarnData) AppConfig::Instance()->SetTarnDataPath(tarnData);
   if (appData) AppConfig::Instance()->SetAppDataPath(appData);
-  g_free(tarnData);
-  g_free(appData);
 
   for (auto& extension : extensions) {
     std::string message;
