@@ -61,7 +61,7 @@ N toIntegral(double value) {
 // The native pointer behind a script object of class T; null when the object
 // carries no native pointer of class T. Throws when it carries a cleared one.
 template <class T>
-T* extract(v8::Local<v8::Object> object) {
+V8_INLINE T* extract(v8::Local<v8::Object> object) {
   if (object.IsEmpty() || object->InternalFieldCount() < kNativeFieldCount) return nullptr;
   if (object->GetAlignedPointerFromInternalField(kNativeClassField) != &NativeClassTag<T>::id) {
     return nullptr;
