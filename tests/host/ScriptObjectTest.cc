@@ -1,0 +1,128 @@
+// Script values seen from native code: conversions follow the script's own
+// rules, and a conversion that runs throwing script code unwinds with the
+// script's exception left pending.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "ScriptObject.h"
+#include "V8TestEnvironment.h"
+
+namespace {
+
+using Bridge::ScriptArray;
+using Bridge::ScriptExceptionPending;
+using Bridge::ScriptObject;
+
+class ScriptObjectTest : public testing_v8::V8Test {
+ protected:
+  ScriptObject Value(v8::Local<v8::Context> context, const std::string& source) {
+    v8::Local<v8::Value> value = Run(context, source, nullptr);
+    EXPECT_FALSE(value.IsEmpty()) << source;
+    return ScriptObject(value);
+  }
+  // The message of the exception a conversion left pending.
+  template <class F>
+  std::string PendingMessage(F conversion) {
+    v8::TryCatch tryCatch(isolate());
+    try {
+      conversion();
+    } catch (const ScriptExceptionPending&) {
+      if (!tryCatch.HasCaught()) return "nothing pending";
+      return Text(tryCatch.Message()->Get());
+    }
+    return "no exception";
+  }
+};
+
+TEST_F(ScriptObjectTest, ConversionsFollowTheScriptRules) {
+  v8::HandleScope scope(isolate());
+  v8::Local<v8::Context> context = v8::Context::New(isolate());
+  v8::Context::Scope contextScope(context);
+  EXPECT_TRUE(std::isnan(ScriptObject().asNumber()));
+  EXPECT_EQ(ScriptObject().asString(), "undefined");
+  EXPECT_FALSE(ScriptObject().asBool());
+  EXPECT_EQ(ScriptObject::Null().asNumber(), 0);
+  EXPECT_EQ(Value(context, "'800'").asNumber(), 800);
+  EXPECT_EQ(Value(context, "({ valueOf() { return 7; } })").asNumber(), 7);
+  EXPECT_EQ(Value(context, "[1, 2]").asString(), "1,2");
+  EXPECT_TRUE(Value(context, "({})").asBool());
+  EXPECT_FALSE(Value(context, "''").asBool());
+  EXPECT_TRUE(std::isnan(Value(context, "'x'").asNumber()));
+  EXPECT_EQ(ScriptObject("t\xc3\xa9xt").asString(), "t\xc3\xa9xt");
+  EXPECT_TRUE(ScriptObject(std::string()).isString());
+  EXPECT_EQ(ScriptObject(static_cast<const char*>(nullptr)).asString(), "");
+}
+
+TEST_F(ScriptObjectTest, ThrowingConversionsLeaveTheScriptExceptionPending) {
+  v8::HandleScope scope(isolate());
+  v8::Local<v8::Context> context = v8::Context::New(isolate());
+  v8::Context::Scope contextScope(context);
+  ScriptObject valueOf = Value(context, "({ valueOf() { throw new Error('valueOf ran'); } })");
+  EXPECT_EQ(PendingMessage([&] { valueOf.asNumber(); }), "Uncaught Error: valueOf ran");
+  ScriptObject toString = Value(context, "({ toString() { throw new Error('toString ran'); } })");
+  EXPECT_EQ(PendingMessage([&] { toString.asString(); }), "Uncaught Error: toString ran");
+  ScriptObject symbol = Value(context, "Symbol('s')");
+  EXPECT_EQ(PendingMessage([&] { symbol.asString(); }),
+            "Uncaught TypeError: Cannot convert a Symbol value to a string");
+  ScriptObject bigint = Value(context, "5n");
+  EXPECT_EQ(PendingMessage([&] { bigint.asNumber(); }),
+            "Uncaught TypeError: Cannot convert a BigInt value to a number");
+  EXPECT_EQ(bigint.asString(), "5") << "a BigInt reads as a text without trouble";
+  ScriptObject getter = Value(context, "({ get key() { throw new Error('getter ran'); } })");
+  EXPECT_EQ(PendingMessage([&] { getter.get("key"); }), "Uncaught Error: getter ran");
+  ScriptObject proxy = Value(context,
+                             "new Proxy({}, { has() { throw new Error('has trap'); }, get() { "
+                             "throw new Error('get trap'); } })");
+  EXPECT_EQ(PendingMessage([&] { proxy.has("x"); }), "Uncaught Error: has trap");
+  EXPECT_EQ(PendingMessage([&] { proxy.get("x"); }), "Uncaught Error: get trap");
+  EXPECT_TRUE(proxy.asBool()) << "truthiness never runs script";
+}
+
+TEST_F(ScriptObjectTest, RecordsAndListsAreBuiltWithSet) {
+  v8::HandleScope scope(isolate());
+  v8::Local<v8::Context> context = v8::Context::New(isolate());
+  v8::Context::Scope contextScope(context);
+  ScriptObject record = ScriptObject::NewObject();
+  record.set("text", std::string("abc"));
+  record.set("flag", true);
+  record.set("count", 3);
+  record.set("nothing", ScriptObject());
+  ScriptArray list;
+  list.set(0, record);
+  list.set(1, ScriptObject::Null());
+  EXPECT_EQ(list.Length(), 2);
+  EXPECT_TRUE(list.has(1));
+  EXPECT_FALSE(list.has(2));
+  EXPECT_FALSE(list.has(-1));
+  EXPECT_TRUE(list.get(5).isUndefined());
+  v8::Local<v8::String> json;
+  ASSERT_TRUE(v8::JSON::Stringify(context, list.getValue()).ToLocal(&json));
+  EXPECT_EQ(Text(json), "[{\"text\":\"abc\",\"flag\":true,\"count\":3},null]");
+  EXPECT_TRUE(record.get("nothing").isUndefined());
+  EXPECT_TRUE(record.has("nothing"));
+  EXPECT_FALSE(ScriptObject(5).has("x")) << "a number has no properties";
+  ScriptObject number(5);
+  number.set("x", 1);  // nothing happens
+  EXPECT_TRUE(number.get("x").isUndefined());
+}
+
+TEST_F(ScriptObjectTest, KeptValuesOutliveTheirHandleScope) {
+  v8::HandleScope scope(isolate());
+  v8::Local<v8::Context> context = v8::Context::New(isolate());
+  v8::Context::Scope contextScope(context);
+  ScriptObject kept;
+  {
+    v8::HandleScope inner(isolate());
+    kept = Value(context, "(function (a) { return a + 1; })");
+  }
+  isolate()->LowMemoryNotification();  // a full collection
+  Bridge::ScriptFunction function = kept.asFunction();
+  ScriptArray args;
+  args.set(0, 41);
+  EXPECT_EQ(function.invoke(args).asNumber(), 42);
+  EXPECT_TRUE(Bridge::ScriptFunction().invoke(args).isUndefined()) << "null is not called";
+  EXPECT_TRUE(Bridge::ScriptFunction(ScriptObject(3)).invoke(args).isUndefined());
+}
+
+}  // namespace
