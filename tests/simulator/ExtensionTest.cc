@@ -1,6 +1,5 @@
 // The tarn-run extension: options parsed by GOption, state-file errors that
 // stop the run, and the `tarn.sim` script object in a real V8.
-#include <libplatform/libplatform.h>
 #include <unistd.h>
 #include <v8.h>
 
@@ -17,24 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class V8Environment : public ::testing::Environment {
- public:
-  void SetUp() override {
-    v8::V8::InitializeICUDefaultLocation("");
-    platform_ = v8::platform::NewDefaultPlatform();
-    v8::V8::InitializePlatform(platform_.get());
-    v8::V8::Initialize();
-  }
-  void TearDown() override {
-    v8::V8::Dispose();
-    v8::V8::DisposePlatform();
-  }
-
- private:
-  std::unique_ptr<v8::Platform> platform_;
-};
-
-const ::testing::Environment* const kV8 = ::testing::AddGlobalTestEnvironment(new V8Environment());
+// V8 itself is set up once for the program by tests/support/V8TestEnvironment.cc.
 
 class ExtensionTest : public SimulatorTest {
  protected:
