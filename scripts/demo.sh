@@ -4,6 +4,11 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-"$root/scripts/build.sh" tarn-run qdutil >/dev/null
+log="$root/build-demo.log"
+if ! "$root/scripts/build.sh" tarn-run qdutil >"$log" 2>&1; then
+  tail -n 40 "$log" >&2
+  echo "demo: the build failed; the whole log is in $log" >&2
+  exit 1
+fi
 if [ $# -eq 0 ]; then set -- "$root/examples/demo.js"; fi
 exec "$root/build/bin/tarn-run" "$@"
