@@ -3,6 +3,12 @@
 find_package(PkgConfig REQUIRED)
 
 set(_libnode_local ${CMAKE_SOURCE_DIR}/third_party/libnode/usr)
+# Headers and library must come from the same libnode: another Node.js build
+# may have put its own (newer) V8 headers in /usr/include/node, and a cache
+# made before the unpacked copy existed must not keep pointing there.
+if(EXISTS ${_libnode_local}/include/node/v8.h)
+  set(V8_INCLUDE_DIR ${_libnode_local}/include/node CACHE PATH "V8 headers" FORCE)
+endif()
 find_path(V8_INCLUDE_DIR v8.h
   PATHS ${_libnode_local}/include/node /usr/include/node
   NO_DEFAULT_PATH)
@@ -12,6 +18,12 @@ find_library(V8_LIBRARY NAMES node libnode.so.108
   NO_DEFAULT_PATH)
 if(NOT V8_INCLUDE_DIR OR NOT V8_LIBRARY)
   message(FATAL_ERROR "V8 (libnode) not found: run scripts/setup.sh first")
+endif()
+file(STRINGS ${V8_INCLUDE_DIR}/v8-version.h _v8_major REGEX "define V8_MAJOR_VERSION")
+file(STRINGS ${V8_INCLUDE_DIR}/v8-version.h _v8_minor REGEX "define V8_MINOR_VERSION")
+if(NOT _v8_major MATCHES " 10$" OR NOT _v8_minor MATCHES " 2$")
+  message(FATAL_ERROR "V8 headers in ${V8_INCLUDE_DIR} are not V8 10.2 (Debian's libnode): "
+                      "run scripts/setup.sh, then delete the build folder's CMakeCache.txt")
 endif()
 get_filename_component(V8_LIBRARY_DIR ${V8_LIBRARY} DIRECTORY)
 add_library(v8 INTERFACE IMPORTED)

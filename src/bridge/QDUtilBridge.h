@@ -26,108 +26,37 @@ class QDUtilBridge : public ScriptInstanceBridge {
   void* constructFromScript(const ScriptArray& args) override;
   void destroyFromScript(void* native) override;
 
-  // Numeric constants of the class. Writes are accepted and ignored.
-  int getAPP_TYPE_TARN_APP() { return 0; }
-  int getAPP_TYPE_WEB_APP() { return 1; }
-  int getAPP_TYPE_GAME_APP() { return 2; }
-  int getAPP_TYPE_EFL_APP() { return 3; }
-  int getAPP_TYPE_SOURCE() { return 4; }
-  int getAPP_TYPE_CHANNEL() { return 5; }
-  int getAPP_TYPE_SPORTS() { return 6; }
-  int getNB_APP_TYPE() { return 7; }
-  int getMODE_SCREEN() { return 0; }
-  int getMODE_VIDEO() { return 1; }
-  int getMODE_VIDEO_MAIN_ONLY() { return 2; }
-  int getMODE_VIDEO_SUB_ONLY() { return 3; }
-  int getMODE_ENCODER_INPUT() { return 4; }
-  int getNB_MODE() { return 5; }
-  int getCOMP_TYPE_PNG() { return 0; }
-  int getCOMP_TYPE_JPEG() { return 1; }
-  int getON_FS_RECENT_CHANGED() { return 0; }
-  int getON_FS_INSTALL_NOTIFY() { return 1; }
-  int getON_FS_PVR_POPUP_EVENT() { return 2; }
-  int getON_FS_EXTERNAL_EVENT() { return 3; }
-  int getON_FS_AVAILABLE_NOTIFY() { return 4; }
-  int getON_FS_YOUTUBE_NOTIFY() { return 5; }
-  int getON_FS_BROWSER_NOTIFY() { return 6; }
-  void setAPP_TYPE_TARN_APP(int) {}
-  void setAPP_TYPE_WEB_APP(int) {}
-  void setAPP_TYPE_GAME_APP(int) {}
-  void setAPP_TYPE_EFL_APP(int) {}
-  void setAPP_TYPE_SOURCE(int) {}
-  void setAPP_TYPE_CHANNEL(int) {}
-  void setAPP_TYPE_SPORTS(int) {}
-  void setNB_APP_TYPE(int) {}
-  void setMODE_SCREEN(int) {}
-  void setMODE_VIDEO(int) {}
-  void setMODE_VIDEO_MAIN_ONLY(int) {}
-  void setMODE_VIDEO_SUB_ONLY(int) {}
-  void setMODE_ENCODER_INPUT(int) {}
-  void setNB_MODE(int) {}
-  void setCOMP_TYPE_PNG(int) {}
-  void setCOMP_TYPE_JPEG(int) {}
-  void setON_FS_RECENT_CHANGED(int) {}
-  void setON_FS_INSTALL_NOTIFY(int) {}
-  void setON_FS_PVR_POPUP_EVENT(int) {}
-  void setON_FS_EXTERNAL_EVENT(int) {}
-  void setON_FS_AVAILABLE_NOTIFY(int) {}
-  void setON_FS_YOUTUBE_NOTIFY(int) {}
-  void setON_FS_BROWSER_NOTIFY(int) {}
+  // Numeric constants of the class: fixed values; writes are accepted and
+  // ignored.
+#define QD_METHOD(PLACE, NAME, HANDLER, AREA)
+#define QD_PENDING(PLACE, NAME, HANDLER, AREA)
+#define QD_CONSTANT(NAME, VALUE)    \
+  int get##NAME() { return VALUE; } \
+  void set##NAME(int) {}
+#include "ScriptInterface.def"
+#undef QD_METHOD
+#undef QD_PENDING
+#undef QD_CONSTANT
 
-  // Kept so that existing scripts keep working: they read no argument and
-  // answer a fixed value (InertMethods.cc).
-  static ScriptObject HandleGetXWindowID(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleQDAnnotate(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleQDRaiseXWindow(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleScreenCapture(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleChangeXPropertyNormal(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSetXPropertyTransparentRect(QDUtilBridge* self,
-                                                        const ScriptArray& args);
-  static ScriptObject HandleSetXPropertyCover(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSetXPropertyRectWindow(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleRegisterKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleRegisterKeyFS(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleRegisterKeyFSForCH(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleGetFocusedWindowID(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSetShowActor(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleVolumeRegisterKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleVolumeUnRegisterKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleExitRegisterKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleExitUnRegisterKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleGetAppInfo(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSetWindowOpaque(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSetTVSourceType(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleCheckFsHide(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandlelwRegisterKeyRF(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandlelwRegisterKeySTB(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSharedKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSharedExitKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleRegistEXTRA(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleChangeNormal(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleChangeNoti(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleChangeDemandAttention(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleChangeBelow(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleXPointingControl(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleRemoveKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleRegisterNoneKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSkipFocus(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleDCCapture(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleDCCaptureStart(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleDCCaptureEnd(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleGetTopWindow(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSearchAllExitRegisterKey(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleSearchAllExitUnRegisterKey(QDUtilBridge* self, const ScriptArray& args);
+  // Script methods: Handle… functions take the bridge and the call's
+  // arguments and answer one script value. Each lives in its area's folder.
+#define QD_METHOD(PLACE, NAME, HANDLER, AREA) \
+  static ScriptObject HANDLER(QDUtilBridge* self, const ScriptArray& args);
+#define QD_PENDING(PLACE, NAME, HANDLER, AREA) QD_METHOD(PLACE, NAME, HANDLER, AREA)
+#define QD_CONSTANT(NAME, VALUE)
+#include "ScriptInterface.def"
+#undef QD_METHOD
+#undef QD_PENDING
+#undef QD_CONSTANT
 
-  // Deprecated: log and answer false.
-  static ScriptObject HandleSet3dMode(QDUtilBridge* self, const ScriptArray& args);
-  static ScriptObject HandleGet3dMode(QDUtilBridge* self, const ScriptArray& args);
+  // Idle function of the Bluetooth hand-off: runs on the script thread, owns
+  // `data` (a BtDeviceEvent) and frees it; returns 0 so it runs once.
+  static int FireOnCallbacks(void* data);
 
-  // Panel resolution from system information.
-  static ScriptObject HandleGetResolution(QDUtilBridge* self, const ScriptArray& args);
-
- private:
   // Script function that receives bonded Bluetooth devices; null until a
-  // script registers one.
+  // script registers one. Queued device records carry its address, so it is
+  // read when each record is delivered, not when it was queued. Script
+  // thread only.
   ScriptFunction btDeviceCallback;
 };
 

@@ -6,12 +6,16 @@
 #include <sstream>
 
 #include "Logger.h"
+#include "dlog.h"
 
 namespace Bridge {
 
 constexpr const char* kBridgeSourceFile = "src/bridge/QDUtilBridge";
 constexpr int kLogInfo = 2;
 constexpr int kLogDetail = 3;
+
+// Tag of the bridge's lines in the platform log.
+constexpr const char* kDlogTag = "TARN";
 
 // Logger of free functions (platform callbacks that have no bridge at hand).
 extern tarn::util::Logger staticLogger;
@@ -27,3 +31,9 @@ extern tarn::util::Logger staticLogger;
       (logger).log(::Bridge::kBridgeSourceFile, __func__, __LINE__, (level), qdLogText_.str()); \
     }                                                                                           \
   } while (0)
+
+// QD_DLOG(priority, "text %d", value): one platform-log line, prefixed with
+// "file: function(line) > " as every platform-log line of the set is.
+#define QD_DLOG(priority, format, ...)                                 \
+  __dlog_print((priority), ::Bridge::kDlogTag, "%s: %s(%d) > " format, \
+               ::Bridge::kBridgeSourceFile, __func__, __LINE__, ##__VA_ARGS__)
