@@ -79,6 +79,43 @@ T* extractNoNull(v8::Local<v8::Object> object) {
   return native;
 }
 
+namespace detail {
+// Receivers already found to carry a native object of a given class. Between
+// two garbage collections no object moves or dies, so an object's address
+// names it; the cache is emptied at the start of every collection and
+// whenever the engine clears a native pointer. One per isolate, script thread
+// only.
+struct ReceiverCache {
+  v8::internal::Address object = 0;
+  const void* nativeClass = nullptr;
+  void* native = nullptr;
+};
+// Isolate data slot holding the isolate's ReceiverCache.
+constexpr std::uint32_t kReceiverCacheSlot = 0;
+// Records a checked receiver (making the isolate's cache on first use).
+void rememberReceiver(v8::Isolate* isolate, v8::internal::Address object, const void* nativeClass,
+                      void* native);
+// Forgets every checked receiver; called when a native pointer changes.
+void forgetReceivers(v8::Isolate* isolate);
+}  // namespace detail
+
+// extract() for the receiver of a method call, with the cache in front: a
+// script calling methods of one object in a loop pays the full check once.
+template <class T>
+V8_INLINE T* extractReceiver(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Object> receiver = info.This();
+  const auto object = *reinterpret_cast<const v8::internal::Address*>(*receiver);
+  const auto* cache =
+      static_cast<const detail::ReceiverCache*>(isolate->GetData(detail::kReceiverCacheSlot));
+  if (cache && cache->object == object && cache->nativeClass == &NativeClassTag<T>::id) {
+    return static_cast<T*>(cache->native);
+  }
+  T* native = extract<T>(receiver);
+  if (native) detail::rememberReceiver(isolate, object, &NativeClassTag<T>::id, native);
+  return native;
+}
+
 template <class T>
 using ScriptHandler = ScriptObject (*)(T*, const ScriptArray&);
 
@@ -91,7 +128,7 @@ void functionCallRouter(const v8::FunctionCallbackInfo<v8::Value>& info) {
   V8Arguments<v8::Value> adapter(info);
   try {
     ScriptArray args(adapter);
-    T* self = extract<T>(info.This());
+    T* self = extractReceiver<T>(info);
     if (!self) throw TarnJsRuntimeException("Cannot call native method without object instance");
     ScriptObject result = Handler(self, args);
     v8::Local<v8::Value> value = result.getValue(isolate);

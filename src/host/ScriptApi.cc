@@ -302,6 +302,7 @@ void DetachNative(const v8::FunctionCallbackInfo<v8::Value>& info) {
     return;
   }
   info[0].As<v8::Object>()->SetAlignedPointerInInternalField(Bridge::kNativePointerField, nullptr);
+  Bridge::detail::forgetReceivers(isolate);
 }
 
 v8::Local<v8::Object> NewNamespace(v8::Local<v8::Context> context, v8::Local<v8::Object> parent,

@@ -174,3 +174,28 @@ TEST(NumberConversion, TruncatesTowardZeroAndWrapsLikeToInt32) {
 }
 
 }  // namespace
+
+// Checked receivers are remembered by address, which is only sound while no
+// collection has moved or freed anything: every collection forgets them.
+TEST_F(BindingFrameTest, CheckedReceiversAreForgottenAtEveryCollection) {
+  v8::HandleScope scope(isolate());
+  ProbeBridge bridge;
+  v8::Local<v8::Context> context = NewContext(bridge);
+  v8::Context::Scope contextScope(context);
+  ASSERT_FALSE(Run(context, "var p = new Probe(); p.count()", nullptr).IsEmpty());
+  auto* cache = static_cast<Bridge::detail::ReceiverCache*>(
+      isolate()->GetData(Bridge::detail::kReceiverCacheSlot));
+  ASSERT_NE(cache, nullptr);
+  EXPECT_NE(cache->object, 0u);
+  EXPECT_EQ(cache->native, &bridge);
+  isolate()->LowMemoryNotification();
+  EXPECT_EQ(cache->object, 0u);
+  EXPECT_EQ(cache->native, nullptr);
+  // Objects moved by the collection are checked afresh and still answer.
+  v8::Local<v8::Value> after = Run(context, "p.count(1, 2)", nullptr);
+  ASSERT_FALSE(after.IsEmpty());
+  EXPECT_EQ(Text(after), "2");
+  EXPECT_EQ(Error(context, "Probe.prototype.count.call({})"),
+            "Uncaught Error: Cannot call native method without object instance");
+  EXPECT_EQ(bridge.calls, 2);
+}

@@ -53,6 +53,21 @@ check.throws(() => gone.NB_MODE, destroyed, 'a constant read on a cleared object
 check.throws(() => { gone.NB_MODE = 1; }, destroyed, 'a constant write on a cleared object');
 check.equal(q.registerKey(), true, 'other objects are not affected');
 
+// An object whose methods were already called, then cleared: the receiver
+// check must not answer from what it saw before.
+const used = new QDUtil();
+for (let i = 0; i < 3; i++) check.equal(used.registerKey(), true, 'a method on a live object');
+tarn.test.detachNative(used);
+check.throws(() => used.registerKey(), destroyed, 'a method on an object cleared after use');
+// The same method then called on objects of other classes and on plain
+// objects, right after a successful call on a QDUtil object.
+for (const other of [{}, Object.create(QDUtil.prototype), new Proxy(q, {})]) {
+  check.equal(q.registerKey(), true, 'a call on a QDUtil object');
+  check.throws(() => QDUtil.prototype.registerKey.call(other),
+               'Cannot call native method without object instance',
+               'the next call on a foreign receiver is refused');
+}
+
 // The class itself.
 check.throws(() => QDUtil(), "Class constructor QDUtil cannot be invoked without 'new'",
              'calling the class without new');
