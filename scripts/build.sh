@@ -1,15 +1,21 @@
 #!/usr/bin/env bash
 # Configures and builds the project into a build folder.
-#   scripts/build.sh [--sanitize] [targets...]
-# --sanitize builds into build-asan with AddressSanitizer and UBSan.
+#   scripts/build.sh [--sanitize | --tsan] [targets...]
+# --sanitize builds into build-asan with AddressSanitizer and UBSan; --tsan
+# into build-tsan with ThreadSanitizer. QDUTIL_CMAKE_FLAGS adds CMake flags
+# (CI: -DQDUTIL_WERROR=ON).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build"
-flags=()
+read -r -a flags <<< "${QDUTIL_CMAKE_FLAGS:-}"
 if [ "${1:-}" = "--sanitize" ]; then
   shift
   build="$root/build-asan"
   flags+=(-DQDUTIL_SANITIZE=ON)
+elif [ "${1:-}" = "--tsan" ]; then
+  shift
+  build="$root/build-tsan"
+  flags+=(-DQDUTIL_TSAN=ON)
 fi
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${flags[@]}" >/dev/null
 if [ $# -gt 0 ]; then

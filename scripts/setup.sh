@@ -13,8 +13,12 @@ libnode_dir="$root/third_party/libnode"
 
 packages=(
   build-essential cmake pkg-config clang-format
+  # the host's test runners (tests/host/run_case.sh)
+  python3
   libglib2.0-dev libboost-dev libboost-system-dev libjsoncpp-dev libtinyxml-dev
   libgtest-dev libpng-dev libjpeg62-turbo-dev
+  # a private message bus and its tools for the D-Bus tests
+  dbus libglib2.0-bin
   # what libnode108 itself links against, for the unpacked copy
   libbrotli1 libc-ares2 libicu72 libnghttp2-14 libssl3 libuv1 zlib1g libssl-dev libuv1-dev
 )

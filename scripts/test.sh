@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Sets up, builds everything and runs every test (GoogleTest units and
 # script tests through tarn-run).
-#   scripts/test.sh [--sanitize] [ctest arguments]
+#   scripts/test.sh [--sanitize | --tsan] [ctest arguments]
 # --sanitize runs the same suite built with AddressSanitizer and UBSan; any
-# sanitizer report fails the test that produced it.
+# sanitizer report fails the test that produced it. --tsan builds and runs
+# the V8-free hand-off tests (host.handoff.*) under ThreadSanitizer.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
@@ -15,6 +16,14 @@ if [ "${1:-}" = "--sanitize" ]; then
   export ASAN_OPTIONS="halt_on_error=1:abort_on_error=0:detect_leaks=1:exitcode=86"
   export LSAN_OPTIONS="suppressions=$root/.ci/lsan.supp:print_suppressions=0"
   export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1:exitcode=87"
+elif [ "${1:-}" = "--tsan" ]; then
+  shift
+  build="$root/build-tsan"
+  "$root/scripts/build.sh" --tsan handoff_tests
+  # No suppressions: every report fails the run.
+  export TSAN_OPTIONS="halt_on_error=1:exitcode=88:second_deadlock_stack=1"
+  ctest --test-dir "$build" --output-on-failure -j2 --timeout 300 -R '^host\.handoff\.' "$@"
+  exit
 else
   "$root/scripts/build.sh"
 fi

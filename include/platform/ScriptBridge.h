@@ -39,6 +39,16 @@ enum NativeField { kNativePointerField = 0, kNativeClassField = 1, kNativeFieldC
 namespace detail {
 // Throws a script Error with the given message into the current call.
 void throwScriptError(v8::Isolate* isolate, const char* message);
+
+// The one exception boundary of the engine's native entries. Called only from
+// inside a catch block, it classifies the exception in flight. Where a script
+// is on the stack (`scriptOnStack`: method calls, accessors, constructors) a
+// TarnJsRuntimeException becomes a script Error with its text, a pending
+// script exception is left as it is, and any other exception becomes the
+// script Error "Internal error: ..." plus one log line. Where none is (idle
+// calls, tasks, timers, weak callbacks) the exception is logged and the loop
+// goes on. `entry` names the entry for the log line.
+void nativeEntryFailed(v8::Isolate* isolate, const char* entry, bool scriptOnStack) noexcept;
 // Writes the accessor trace line ("Trace JS Property(number) read: NAME").
 void tracePropertyAccess(v8::Isolate* isolate, const char* what, v8::Local<v8::Name> name,
                          const char* function, int line);
@@ -133,16 +143,9 @@ void functionCallRouter(const v8::FunctionCallbackInfo<v8::Value>& info) {
     ScriptObject result = Handler(self, args);
     v8::Local<v8::Value> value = result.getValue(isolate);
     if (!value.IsEmpty()) info.GetReturnValue().Set(value);
-  } catch (const ScriptExceptionPending&) {
-    // The script's own exception is already pending; it reaches the caller.
-  } catch (const TarnJsRuntimeException& e) {
-    detail::throwScriptError(isolate, e.what());
-  } catch (const std::exception& e) {
-    // Unwinding through the engine is not possible; the engine reports any
-    // other native failure as an internal error of the call.
-    detail::throwScriptError(isolate, (std::string("Internal error: ") + e.what()).c_str());
   } catch (...) {
-    detail::throwScriptError(isolate, "Internal error: unknown native exception");
+    // Unwinding through the engine is not possible.
+    detail::nativeEntryFailed(isolate, "method call", true);
   }
 }
 
@@ -155,8 +158,8 @@ void getJSNumber(v8::Local<v8::String> name, const v8::PropertyCallbackInfo<v8::
   try {
     T* self = extractNoNull<T>(info.Holder());
     info.GetReturnValue().Set(static_cast<double>((self->*Getter)()));
-  } catch (const TarnJsRuntimeException& e) {
-    detail::throwScriptError(isolate, e.what());
+  } catch (...) {
+    detail::nativeEntryFailed(isolate, "property read", true);
   }
 }
 
@@ -175,8 +178,8 @@ void setJSNumber(v8::Local<v8::String> name, v8::Local<v8::Value> value,
       throw TarnJsBadTypeException(text.c_str());
     }
     (self->*Setter)(detail::toIntegral<N>(value.As<v8::Number>()->Value()));
-  } catch (const TarnJsRuntimeException& e) {
-    detail::throwScriptError(isolate, e.what());
+  } catch (...) {
+    detail::nativeEntryFailed(isolate, "property write", true);
   }
 }
 

@@ -4,13 +4,14 @@
 // directories, the app configuration, the clock and the annotation stream.
 #include "EngineServices.h"
 
+#include <atomic>
 #include <ctime>
+#include <filesystem>
 #include <mutex>
 
 #include "AppConfig.h"
 #include "CTimeInfo.h"
 #include "CTimeUtil.h"
-#include "DevicePath.h"
 #include "Logger.h"
 #include "Runtime.h"
 #include "TarnProcessManager.h"
@@ -18,6 +19,7 @@
 #include "clutter.h"
 #include "directory.h"
 #include "gator_annotate.h"
+#include "tarn/host/DevicePaths.h"
 
 FILE* gator_annotate = nullptr;
 
@@ -62,7 +64,11 @@ class MainLoopDispatcher : public TaskDispatcher {
                          "task dropped: no engine runtime is running");
       return;
     }
-    host->Post(std::move(task));
+    static std::atomic<bool> told{false};
+    if (!host->Post(std::move(task)) && !told.exchange(true)) {
+      EngineLogger().log(__FILE__, __func__, __LINE__, LOG_WARN,
+                         "task refused: the engine runtime has closed");
+    }
   }
 };
 }  // namespace
@@ -75,11 +81,11 @@ TaskDispatcher* TaskDispatcher::Instance() {
 namespace directory {
 
 std::string GetAppDataPath(const std::string& name) {
-  return platform::devicePath("/opt/usr/apps/" + name) + "/";
+  return tarn::host::ResolveDevicePath("/opt/usr/apps/" + name) + "/";
 }
 
 std::string GetPackagePath(const std::string& packageId) {
-  return platform::devicePath("/opt/usr/apps/" + packageId);
+  return tarn::host::ResolveDevicePath("/opt/usr/apps/" + packageId);
 }
 
 }  // namespace directory
@@ -90,31 +96,6 @@ std::string GetPackagePath(const std::string& packageId) {
 
 namespace {
 
-struct IdleCall {
-  GSourceFunc function;
-  gpointer data;
-  GDestroyNotify notify;
-};
-
-gboolean RunIdleCall(gpointer pointer) {
-  auto* call = static_cast<IdleCall*>(pointer);
-  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
-  if (!runtime || runtime->Exiting()) return G_SOURCE_REMOVE;
-  v8::Isolate* isolate = runtime->GetIsolate();
-  v8::HandleScope scope(isolate);
-  v8::Context::Scope contextScope(runtime->Context());
-  gboolean again = call->function(call->data);
-  runtime->AfterScriptWork();
-  return again;
-}
-
-void FinishIdleCall(gpointer pointer) {
-  auto* call = static_cast<IdleCall*>(pointer);
-  if (call->notify) call->notify(call->data);
-  delete call;
-  if (tarn::host::Runtime* runtime = tarn::host::Runtime::Current()) runtime->Release();
-}
-
 struct _DefaultStage {
   int unused;
 } g_defaultStage;
@@ -124,17 +105,20 @@ std::vector<std::pair<std::string, std::string>> g_hints;
 
 }  // namespace
 
+// Any thread. Refused (0, the notifier called at once, the data left to the
+// caller when there is none) when no runtime runs or it has closed.
 extern "C" guint clutter_threads_add_idle_full(gint priority, GSourceFunc func, gpointer data,
                                                GDestroyNotify notify) {
   if (!func) return 0;
-  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
-  GMainContext* context = runtime ? runtime->MainContext() : g_main_context_default();
-  if (runtime) runtime->Hold();
-  GSource* source = g_idle_source_new();
-  g_source_set_priority(source, priority);
-  g_source_set_callback(source, &RunIdleCall, new IdleCall{func, data, notify}, &FinishIdleCall);
-  guint id = g_source_attach(source, context);
-  g_source_unref(source);
+  std::shared_ptr<TarnFullProcessRuntime> runtime = TarnProcessManager::Instance()->Runtime();
+  auto* host = dynamic_cast<tarn::host::Runtime*>(runtime.get());
+  guint id = host ? host->AddIdle(priority, func, data, notify) : 0;
+  if (!host && notify) notify(data);
+  static std::atomic<bool> told{false};
+  if (!id && !told.exchange(true)) {
+    EngineLogger().log(__FILE__, __func__, __LINE__, tarn::util::LOG_WARN,
+                       "idle call refused: no engine runtime is running");
+  }
   return id;
 }
 
@@ -173,12 +157,25 @@ AppConfig* AppConfig::Instance() {
   return &config;
 }
 
+namespace {
+// The running app's folders exist on the set; off the set they are made in
+// the simulated root when first resolved.
+std::string ExistingFolder(const std::string& resolved) {
+  std::error_code ec;
+  if (!resolved.empty() && resolved[0] == '/' && !std::filesystem::exists(resolved, ec))
+    std::filesystem::create_directories(resolved, ec);
+  return resolved;
+}
+}  // namespace
+
 std::string AppConfig::GetTarnDataPath() const {
-  return platform::devicePath(tarnDataPath_.empty() ? kDefaultTarnDataPath : tarnDataPath_);
+  return ExistingFolder(
+      tarn::host::ResolveDevicePath(tarnDataPath_.empty() ? kDefaultTarnDataPath : tarnDataPath_));
 }
 
 std::string AppConfig::GetAppDataPath() const {
-  return appDataPath_.empty() ? GetTarnDataPath() : platform::devicePath(appDataPath_);
+  return appDataPath_.empty() ? GetTarnDataPath()
+                              : ExistingFolder(tarn::host::ResolveDevicePath(appDataPath_));
 }
 
 void AppConfig::SetTarnDataPath(const std::string& path) { tarnDataPath_ = path; }

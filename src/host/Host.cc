@@ -4,8 +4,16 @@
 #include <dlfcn.h>
 #include <libplatform/libplatform.h>
 
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <fstream>
+#include <cstring>
+#include <mutex>
+#include <thread>
 
 #include "Runtime.h"
 #include "ScriptApi.h"
@@ -77,15 +85,63 @@ Host::~Host() = default;
 
 void Host::AddExtension(Extension* extension) { impl_->extensions.push_back(extension); }
 
+namespace {
+
+// SIGINT, SIGTERM and SIGHUP are taken by one thread of their own (blocked in
+// every other thread, which inherit the mask): it stops the extensions (the
+// simulated TV removes its temporary root) and ends the process with
+// 128 + the signal's number.
+std::vector<Extension*>* g_signalExtensions = nullptr;
+std::mutex g_signalMutex;
+
+void WatchSignals(std::vector<Extension*>* extensions) {
+  static std::once_flag once;
+  {
+    std::lock_guard<std::mutex> lock(g_signalMutex);
+    g_signalExtensions = extensions;
+  }
+  std::call_once(once, [] {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    std::thread([set] {
+      int signal = 0;
+      while (sigwait(&set, &signal) != 0) {
+      }
+      {
+        std::lock_guard<std::mutex> lock(g_signalMutex);
+        if (g_signalExtensions) {
+          for (Extension* extension : *g_signalExtensions) extension->stop();
+        }
+      }
+      std::fflush(stdout);
+      _exit(128 + signal);
+    }).detach();
+  });
+}
+
+void StopWatchingSignals() {
+  std::lock_guard<std::mutex> lock(g_signalMutex);
+  g_signalExtensions = nullptr;
+}
+
+}  // namespace
+
 int Host::Run() {
   const HostOptions& options = impl_->options;
+  std::string source;
   {
-    std::ifstream probe(options.scriptPath);
-    if (!probe) {
-      std::fprintf(stderr, "tarn-run: cannot read script %s\n", options.scriptPath.c_str());
+    std::string error;
+    if (!ReadScriptSource(options.scriptPath, &source, &error)) {
+      std::fprintf(stderr, "tarn-run: %s\n", error.c_str());
       return 2;
     }
   }
+  const std::string scriptName = options.scriptPath == "-" ? "[stdin]" : options.scriptPath;
+  WatchSignals(&impl_->extensions);
 
   v8::V8::InitializeICUDefaultLocation(options.programPath.c_str());
   v8::V8::InitializeExternalStartupData(options.programPath.c_str());
@@ -115,21 +171,17 @@ int Host::Run() {
       v8::Local<v8::Context> context = v8::Context::New(isolate, nullptr, global);
       v8::Context::Scope contextScope(context);
       runtime->SetContext(context);
-      ScriptApiConfig config{Directory(options.scriptPath), options.scriptArgs};
+      std::string directory =
+          options.scriptPath == "-" ? std::string(".") : Directory(options.scriptPath);
+      ScriptApiConfig config{directory, options.scriptArgs};
       v8::Local<v8::Object> tarn = InstallScriptApi(runtime.get(), context, config);
       for (Extension* extension : impl_->extensions) extension->install(isolate, context, tarn);
       for (Bridge::ScriptBridge* bridge : impl_->bridges) bridge->contextReady();
 
       {
         v8::TryCatch tryCatch(isolate);
-        std::string error;
-        if (!RunScriptFile(isolate, context, options.scriptPath, &error)) {
-          if (!error.empty()) {
-            std::fprintf(stderr, "tarn-run: %s\n", error.c_str());
-            runtime->RequestExit(2);
-          } else {
-            runtime->ReportUncaught(tryCatch);
-          }
+        if (!RunScriptSource(isolate, context, scriptName, source)) {
+          runtime->ReportUncaught(tryCatch);
         }
       }
       if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
@@ -140,6 +192,7 @@ int Host::Run() {
       if (runtime->Exiting()) {
         status = runtime->ExitCode();
       } else {
+        v8::TryCatch tryCatch(isolate);
         v8::Local<v8::Value> code;
         if (tarn->Get(context, v8::String::NewFromUtf8Literal(isolate, "exitCode"))
                 .ToLocal(&code) &&
@@ -147,17 +200,35 @@ int Host::Run() {
           status = Bridge::detail::toIntegral<int>(code.As<v8::Number>()->Value());
         }
       }
+      // Nothing is handed over from now on: queued events and tasks are
+      // discarded, queued idle calls settled (script calls refused), while
+      // the bridges they may point into still exist.
+      runtime->Close();
       ShutdownScriptApi();
     }
+    runtime->Close();
     impl_->DeleteBridges();
     runtime->SetContext(v8::Local<v8::Context>());
   }
+  // Producer threads (the simulated TV's) are joined here; what they post
+  // meanwhile is refused.
+  StopWatchingSignals();
   for (Extension* extension : impl_->extensions) extension->stop();
   TarnProcessManager::Instance()->SetRuntime(nullptr);
+  // A thread that took the runtime from the process manager just before may
+  // still hold it for the length of a post: the runtime is destroyed here, on
+  // the script thread, once it is the only holder.
+  for (int waited = 0; runtime.use_count() > 1 && waited < 5000; ++waited) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   runtime.reset();
   isolate->Dispose();
   v8::V8::Dispose();
   v8::V8::DisposePlatform();
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    std::fprintf(stderr, "tarn-run: cannot write to standard output: %s\n", std::strerror(errno));
+    if (status == 0) status = 1;
+  }
   return status;
 }
 

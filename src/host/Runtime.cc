@@ -4,6 +4,7 @@
 // when the loop turns, so a sender is never re-entered.
 #include "Runtime.h"
 
+#include <cassert>
 #include <cstdio>
 
 #include "TarnProcessManager.h"
@@ -12,7 +13,7 @@ namespace tarn {
 namespace host {
 
 namespace {
-Runtime* g_current = nullptr;
+std::atomic<Runtime*> g_current{nullptr};
 
 std::string Utf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
   v8::String::Utf8Value utf8(isolate, value);
@@ -25,26 +26,28 @@ Runtime* Runtime::Current() { return g_current; }
 Runtime::Runtime(v8::Isolate* isolate, GMainContext* mainContext)
     : isolate_(isolate),
       mainContext_(g_main_context_ref(mainContext)),
-      loop_(g_main_loop_new(mainContext, FALSE)) {
+      loop_(g_main_loop_new(mainContext, FALSE)),
+      handoff_(mainContext,
+               Handoff::Hooks{
+                   [this] { Drain(); },
+                   [this](GSourceFunc function, gpointer data) { return RunIdle(function, data); },
+                   [this] { MaybeQuit(); },
+               }) {
   g_current = this;
 }
 
 Runtime::~Runtime() {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (wake_) {
-      g_source_destroy(wake_);
-      g_source_unref(wake_);
-      wake_ = nullptr;
-    }
-    queue_.clear();
-  }
-  if (g_current == this) g_current = nullptr;
+  assert(OnScriptThread());
+  Close();
+  Runtime* self = this;
+  g_current.compare_exchange_strong(self, nullptr);
   g_main_loop_unref(loop_);
   g_main_context_unref(mainContext_);
 }
 
-Bridge::ScriptEngine* Runtime::GetScriptEngine() { return context_.IsEmpty() ? nullptr : this; }
+Bridge::ScriptEngine* Runtime::GetScriptEngine() {
+  return ready_.load(std::memory_order_acquire) && !handoff_.Closed() ? this : nullptr;
+}
 
 void Runtime::sendEvent(int code, const TarnEventArgsMap& args) {
   Post([this, code, args] { Dispatch("event", code, args); });
@@ -54,40 +57,63 @@ void Runtime::sendInteruptEvent(int code, const TarnEventArgsMap& args) {
   Post([this, code, args] { Dispatch("interrupt", code, args); });
 }
 
-void Runtime::Post(std::function<void()> task) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  queue_.push_back(std::move(task));
-  if (!wake_) {
-    wake_ = g_idle_source_new();
-    g_source_set_priority(wake_, G_PRIORITY_DEFAULT);
-    g_source_set_callback(wake_, &Runtime::DrainCallback, this, nullptr);
-    g_source_attach(wake_, mainContext_);
+bool Runtime::Post(std::function<void()> task) {
+  if (handoff_.Post(std::move(task))) return true;
+  static std::atomic<bool> told{false};
+  if (!told.exchange(true)) {
+    std::fprintf(stderr, "tarn-run: work handed to the engine after it closed is refused\n");
   }
+  return false;
 }
 
-gboolean Runtime::DrainCallback(gpointer self) {
-  static_cast<Runtime*>(self)->Drain();
-  return G_SOURCE_REMOVE;
+guint Runtime::AddIdle(gint priority, GSourceFunc function, gpointer data, GDestroyNotify notify) {
+  return handoff_.AddIdle(priority, function, data, notify);
 }
 
 void Runtime::Drain() {
-  std::deque<std::function<void()>> tasks;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    tasks.swap(queue_);
-    if (wake_) {
-      g_source_unref(wake_);
-      wake_ = nullptr;
-    }
-  }
+  assert(OnScriptThread());
+  // Tasks left when the script exits are destroyed here, on the script thread.
+  std::deque<std::function<void()>> tasks = handoff_.Take();
   for (auto& task : tasks) {
-    if (exiting_) break;
+    if (Exiting()) break;
     v8::HandleScope scope(isolate_);
     v8::Context::Scope contextScope(Context());
-    task();
+    LoopEntry(isolate_, "task", task);
     AfterScriptWork();
   }
   MaybeQuit();
+}
+
+gboolean Runtime::RunIdle(GSourceFunc function, gpointer data) {
+  assert(OnScriptThread());
+  // An idle call's function owns its data; it runs even while the script
+  // exits (script calls are refused then), so its record is freed.
+  v8::HandleScope scope(isolate_);
+  v8::Local<v8::Context> context = Context();
+  bool blocked = scriptBlocked_;
+  if (context.IsEmpty() || Exiting()) scriptBlocked_ = true;
+  gboolean again = FALSE;
+  if (context.IsEmpty()) {
+    LoopEntry(isolate_, "idle call", [&] { again = function(data); });
+  } else {
+    v8::Context::Scope contextScope(context);
+    LoopEntry(isolate_, "idle call", [&] { again = function(data); });
+  }
+  scriptBlocked_ = blocked;
+  AfterScriptWork();
+  return again;
+}
+
+size_t Runtime::Close() {
+  assert(OnScriptThread());
+  handoff_.Close();
+  bool blocked = scriptBlocked_;
+  scriptBlocked_ = true;
+  size_t settled = handoff_.Flush([this](GSourceFunc function, gpointer data) {
+    LoopEntry(isolate_, "idle call", [&] { function(data); });
+  });
+  scriptBlocked_ = blocked;
+  return settled;
 }
 
 void Runtime::Hold() { holds_.fetch_add(1); }
@@ -98,10 +124,13 @@ void Runtime::Release() {
 }
 
 void Runtime::SetContext(v8::Local<v8::Context> context) {
+  assert(OnScriptThread());
   if (context.IsEmpty()) {
+    ready_.store(false, std::memory_order_release);
     context_.Reset();
   } else {
     context_.Reset(isolate_, context);
+    ready_.store(true, std::memory_order_release);
   }
 }
 
@@ -110,6 +139,7 @@ v8::Local<v8::Context> Runtime::Context() const {
 }
 
 void Runtime::AddListener(const std::string& name, v8::Local<v8::Function> listener) {
+  assert(OnScriptThread());
   listeners_[name].emplace_back(isolate_, listener);
   Hold();
 }
@@ -128,6 +158,7 @@ void Runtime::RemoveListener(const std::string& name, v8::Local<v8::Function> li
 }
 
 void Runtime::Dispatch(const char* name, int code, const TarnEventArgsMap& args) {
+  assert(OnScriptThread());
   auto found = listeners_.find(name);
   if (found == listeners_.end() || found->second.empty()) return;
   v8::Local<v8::Context> context = Context();
@@ -145,7 +176,7 @@ void Runtime::Dispatch(const char* name, int code, const TarnEventArgsMap& args)
   for (auto& listener : found->second) listeners.push_back(listener.Get(isolate_));
   v8::Local<v8::Value> argv[] = {v8::Integer::New(isolate_, code), argsObject};
   for (v8::Local<v8::Function> listener : listeners) {
-    if (exiting_) return;
+    if (Exiting()) return;
     v8::TryCatch tryCatch(isolate_);
     v8::Local<v8::Value> ignored;
     if (!listener->Call(context, v8::Undefined(isolate_), 2, argv).ToLocal(&ignored)) {
@@ -155,48 +186,35 @@ void Runtime::Dispatch(const char* name, int code, const TarnEventArgsMap& args)
   }
 }
 
-bool Runtime::HasPendingWork() {
-  if (holds_.load() > 0) return true;
-  std::lock_guard<std::mutex> lock(mutex_);
-  return !queue_.empty();
-}
+bool Runtime::HasPendingWork() { return holds_.load() > 0 || handoff_.Pending() > 0; }
 
 void Runtime::Run() {
   // A quit before the loop runs would be forgotten by it: look first.
-  if (exiting_ || !HasPendingWork()) return;
+  if (Exiting() || !HasPendingWork()) return;
   g_main_loop_run(loop_);
 }
 
 void Runtime::RequestExit(int code) {
   exitCode_ = code;
-  exiting_ = true;
+  exiting_.store(true, std::memory_order_release);
   g_main_loop_quit(loop_);
 }
 
 void Runtime::AfterScriptWork() {
-  if (exiting_) return;
+  if (Exiting()) return;
   isolate_->PerformMicrotaskCheckpoint();
   if (rejections_.empty()) return;
   v8::HandleScope scope(isolate_);
   auto rejection = std::move(rejections_.front());
   rejections_.clear();
   v8::Local<v8::Value> reason = rejection.second.Get(isolate_);
-  std::string text = Utf8(isolate_, reason);
-  if (reason->IsObject()) {
-    v8::Local<v8::Value> stack;
-    if (reason.As<v8::Object>()
-            ->Get(Context(), v8::String::NewFromUtf8Literal(isolate_, "stack"))
-            .ToLocal(&stack) &&
-        stack->IsString()) {
-      text = Utf8(isolate_, stack);
-    }
-  }
+  std::string text = DescribeThrown(isolate_, Context(), reason, true);
   std::fprintf(stderr, "Uncaught (in promise) %s\n", text.c_str());
   RequestExit(1);
 }
 
 void Runtime::MaybeQuit() {
-  if (exiting_) {
+  if (Exiting()) {
     g_main_loop_quit(loop_);
     return;
   }
@@ -204,7 +222,7 @@ void Runtime::MaybeQuit() {
 }
 
 void Runtime::ReportUncaught(v8::TryCatch& tryCatch) {
-  if (exiting_ || tryCatch.HasTerminated()) return;
+  if (Exiting() || tryCatch.HasTerminated()) return;
   PrintException(isolate_, tryCatch);
   RequestExit(1);
 }
@@ -226,10 +244,41 @@ void Runtime::NotePromiseRejection(v8::PromiseRejectMessage message) {
   }
 }
 
+std::string DescribeThrown(v8::Isolate* isolate, v8::Local<v8::Context> context,
+                           v8::Local<v8::Value> value, bool preferStack) {
+  // Getters and toString are script code: they run only inside this
+  // TryCatch, and a description that throws falls back to the next one.
+  v8::HandleScope scope(isolate);
+  v8::TryCatch tryCatch(isolate);
+  if (value.IsEmpty()) return "undefined";
+  if (value->IsSymbol()) {
+    v8::Local<v8::Value> description = value.As<v8::Symbol>()->Description(isolate);
+    return "Symbol(" + (description->IsString() ? Utf8(isolate, description) : std::string()) + ")";
+  }
+  if (value->IsObject() && !context.IsEmpty()) {
+    v8::Local<v8::Object> object = value.As<v8::Object>();
+    v8::Local<v8::Value> stack;
+    if (preferStack &&
+        object->Get(context, v8::String::NewFromUtf8Literal(isolate, "stack")).ToLocal(&stack) &&
+        stack->IsString()) {
+      return Utf8(isolate, stack);
+    }
+    tryCatch.Reset();
+    v8::Local<v8::String> text;
+    if (object->ToString(context).ToLocal(&text)) return Utf8(isolate, text);
+    tryCatch.Reset();
+    return "[object " + Utf8(isolate, object->GetConstructorName()) + " that cannot be printed]";
+  }
+  v8::Local<v8::String> text;
+  if (!context.IsEmpty() && value->ToString(context).ToLocal(&text)) return Utf8(isolate, text);
+  return "<unprintable value>";
+}
+
 void PrintException(v8::Isolate* isolate, v8::TryCatch& tryCatch) {
   v8::HandleScope scope(isolate);
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   v8::Local<v8::Message> message = tryCatch.Message();
+  v8::Local<v8::Value> exception = tryCatch.Exception();
   std::string text;
   if (!message.IsEmpty()) {
     std::string file = Utf8(isolate, message->GetScriptResourceName());
@@ -240,14 +289,18 @@ void PrintException(v8::Isolate* isolate, v8::TryCatch& tryCatch) {
       text += Utf8(isolate, sourceLine) + "\n";
       int start = message->GetStartColumn(context).FromMaybe(0);
       int end = message->GetEndColumn(context).FromMaybe(start + 1);
+      if (start < 0 || start > 4096) start = 0;
+      if (end < start || end - start > 4096) end = start + 1;
       text += std::string(start, ' ') + std::string(end > start ? end - start : 1, '^') + "\n";
     }
   }
-  v8::Local<v8::Value> stack;
-  if (tryCatch.StackTrace(context).ToLocal(&stack) && stack->IsString()) {
-    text += Utf8(isolate, stack);
+  // A native error's stack already names it; anything else is "Uncaught ...".
+  bool isError = !exception.IsEmpty() && exception->IsNativeError();
+  std::string described = DescribeThrown(isolate, context, exception, isError);
+  if (isError && described.find("\n    at ") != std::string::npos) {
+    text += described;
   } else {
-    text += "Uncaught " + Utf8(isolate, tryCatch.Exception());
+    text += "Uncaught " + described;
   }
   std::fprintf(stderr, "%s\n", text.c_str());
   std::fflush(stderr);

@@ -12,8 +12,11 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "Handoff.h"
+#include "ScriptBridge.h"
 #include "ScriptEngine.h"
 #include "TarnFullProcessRuntime.h"
 
@@ -28,7 +31,8 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   Runtime(v8::Isolate* isolate, GMainContext* mainContext);
   ~Runtime() override;
 
-  // TarnFullProcessRuntime: this, once a script context exists.
+  // TarnFullProcessRuntime: this, once a script context exists and until the
+  // runtime closes. Any thread.
   Bridge::ScriptEngine* GetScriptEngine() override;
 
   // ScriptEngine: any thread; delivered later to the "event" and "interrupt"
@@ -38,8 +42,22 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   v8::Isolate* GetIsolate() const override { return isolate_; }
 
   // Any thread: runs task later on the script thread, in order, inside a
-  // handle scope and the context.
-  void Post(std::function<void()> task);
+  // handle scope and the context. False once the runtime is closed: the
+  // task is refused (destroyed on the caller's thread, never run).
+  bool Post(std::function<void()> task);
+
+  // Any thread: a toolkit idle call (clutter_threads_add_idle_full). 0 once
+  // closed.
+  guint AddIdle(gint priority, GSourceFunc function, gpointer data, GDestroyNotify notify);
+
+  // Script thread, after the script has ended: refuses new work, discards
+  // queued tasks and events and settles queued idle calls (Handoff::Flush),
+  // with script calls refused meanwhile. Returns the number of items settled.
+  size_t Close();
+  bool Closed() const { return handoff_.Closed(); }
+  // While true, ScriptFunction::invoke calls nothing (idle calls settled at
+  // exit run their native part only).
+  bool ScriptBlocked() const { return scriptBlocked_; }
 
   // Pending work that keeps the loop running. Any thread.
   void Hold();
@@ -57,7 +75,7 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   void Run();
   // Stops at the next opportunity with this status.
   void RequestExit(int code);
-  bool Exiting() const { return exiting_; }
+  bool Exiting() const { return exiting_.load(std::memory_order_acquire); }
   int ExitCode() const { return exitCode_; }
   void SetExitCode(int code) { exitCode_ = code; }
 
@@ -76,8 +94,11 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   void NotePromiseRejection(v8::PromiseRejectMessage message);
 
  private:
-  static gboolean DrainCallback(gpointer self);
   void Drain();
+  gboolean RunIdle(GSourceFunc function, gpointer data);
+  // Debug builds assert that script-thread work runs there.
+  bool OnScriptThread() const { return std::this_thread::get_id() == scriptThread_; }
+  std::thread::id scriptThread_ = std::this_thread::get_id();
   void Dispatch(const char* name, int code, const TarnEventArgsMap& args);
 
   v8::Isolate* isolate_;
@@ -85,16 +106,36 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   GMainLoop* loop_;
   v8::Global<v8::Context> context_;
 
-  std::mutex mutex_;
-  std::deque<std::function<void()>> queue_;
-  GSource* wake_ = nullptr;  // the scheduled drain, if any; guarded by mutex_
+  std::atomic<bool> ready_{false};  // a context exists; read by other threads
+  bool scriptBlocked_ = false;
+  Handoff handoff_;
 
   std::atomic<int> holds_{0};
-  bool exiting_ = false;
+  std::atomic<bool> exiting_{false};
   int exitCode_ = 0;
   std::map<std::string, std::vector<v8::Global<v8::Function>>> listeners_;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> rejections_;
 };
+
+// Runs a native entry of the loop that no script is below (a task, an idle
+// call, a timer) inside the one exception boundary: a native exception is
+// logged and the loop goes on. Returns false when one was thrown.
+template <class F>
+bool LoopEntry(v8::Isolate* isolate, const char* entry, F&& body) noexcept {
+  try {
+    body();
+    return true;
+  } catch (...) {
+    Bridge::detail::nativeEntryFailed(isolate, entry, false);
+    return false;
+  }
+}
+
+// A thrown value as one text, without letting script code (getters,
+// toString) run outside a TryCatch: a Symbol as "Symbol(x)", an error by its
+// stack when preferStack, else its string form, else a fallback text.
+std::string DescribeThrown(v8::Isolate* isolate, v8::Local<v8::Context> context,
+                           v8::Local<v8::Value> value, bool preferStack);
 
 // Prints an exception with its location, source line and stack on stderr.
 void PrintException(v8::Isolate* isolate, v8::TryCatch& tryCatch);

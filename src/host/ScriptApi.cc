@@ -3,11 +3,17 @@
 // holds the main loop open.
 #include "ScriptApi.h"
 
-#include <fstream>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <sstream>
 
+#include "AppConfig.h"
 #include "EngineServices.h"
 #include "Runtime.h"
 #include "ScriptBridge.h"
@@ -70,6 +76,20 @@ bool SetFunction(v8::Local<v8::Context> context, v8::Local<v8::Object> target, c
   return target->Set(context, Text(isolate, name), function).FromMaybe(false);
 }
 
+// Ends the script at once: no further statement runs. A termination
+// request is seen only when script code next checks for interrupts, so one
+// tiny script function is entered to reach that check now.
+void StopScript(v8::Isolate* isolate) {
+  isolate->TerminateExecution();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::Script> script;
+  v8::Local<v8::Value> ignored;
+  if (v8::Script::Compile(context, Text(isolate, "(function () {})()")).ToLocal(&script) &&
+      script->Run(context).ToLocal(&ignored)) {
+    return;  // only when termination was already handled
+  }
+}
+
 // --- console -----------------------------------------------------------
 
 // One argument as console shows it: texts as they are, errors with their
@@ -112,8 +132,17 @@ void Print(const v8::FunctionCallbackInfo<v8::Value>& info, FILE* stream) {
     line += part;
   }
   line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stream);
-  std::fflush(stream);
+  if (std::fwrite(line.data(), 1, line.size(), stream) != line.size() || std::fflush(stream) != 0) {
+    // Output that cannot be written ends the run, as an error would.
+    int error = errno;
+    clearerr(stream);
+    std::fprintf(stderr, "tarn-run: cannot write to %s: %s\n",
+                 stream == stdout ? "standard output" : "standard error", std::strerror(error));
+    if (State().runtime && !State().runtime->Exiting()) {
+      State().runtime->RequestExit(1);
+      StopScript(info.GetIsolate());
+    }
+  }
 }
 
 void ConsoleLog(const v8::FunctionCallbackInfo<v8::Value>& info) { Print(info, stdout); }
@@ -129,19 +158,23 @@ gboolean FireTimer(gpointer pointer) {
   v8::HandleScope scope(isolate);
   v8::Local<v8::Context> context = runtime->Context();
   v8::Context::Scope contextScope(context);
-  std::vector<v8::Local<v8::Value>> argv;
-  for (auto& arg : timer->args) argv.push_back(arg.Get(isolate));
   v8::TryCatch tryCatch(isolate);
-  v8::Local<v8::Value> ignored;
   bool repeat = timer->repeat;
-  if (!timer->function.Get(isolate)
-           ->Call(context, v8::Undefined(isolate), static_cast<int>(argv.size()), argv.data())
-           .ToLocal(&ignored)) {
+  bool ok = false;
+  LoopEntry(isolate, "timer", [&] {
+    std::vector<v8::Local<v8::Value>> argv;
+    for (auto& arg : timer->args) argv.push_back(arg.Get(isolate));
+    v8::Local<v8::Value> ignored;
+    ok = timer->function.Get(isolate)
+             ->Call(context, v8::Undefined(isolate), static_cast<int>(argv.size()), argv.data())
+             .ToLocal(&ignored);
+  });
+  if (!ok && tryCatch.HasCaught()) {
     runtime->ReportUncaught(tryCatch);
     return G_SOURCE_REMOVE;
   }
   runtime->AfterScriptWork();
-  return repeat ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+  return ok && repeat ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
 }
 
 void ForgetTimer(gpointer pointer) {
@@ -190,14 +223,37 @@ void ClearTimer(const v8::FunctionCallbackInfo<v8::Value>& info) {
 
 // --- tarn ---------------------------------------------------------------
 
+// tarn.exit([code]): the code is an integer 0-255, as a number or a text of
+// digits; without one, tarn.exitCode.
 void Exit(const v8::FunctionCallbackInfo<v8::Value>& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  int code = 0;
-  if (info.Length() > 0 && info[0]->IsNumber()) {
-    code = Bridge::detail::toIntegral<int>(info[0].As<v8::Number>()->Value());
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::Value> value = info.Length() > 0 ? info[0] : v8::Undefined(isolate).As<v8::Value>();
+  if (value->IsUndefined()) {
+    v8::Local<v8::Value> tarn, exitCode;
+    if (!context->Global()->Get(context, Text(isolate, "tarn")).ToLocal(&tarn) ||
+        !tarn->IsObject() ||
+        !tarn.As<v8::Object>()->Get(context, Text(isolate, "exitCode")).ToLocal(&exitCode)) {
+      return;
+    }
+    value = exitCode->IsUndefined() ? v8::Integer::New(isolate, 0).As<v8::Value>() : exitCode;
   }
-  State().runtime->RequestExit(code);
-  isolate->TerminateExecution();
+  double number = -1;
+  if (value->IsNumber()) {
+    number = value.As<v8::Number>()->Value();
+  } else if (value->IsString()) {
+    std::string text = Utf8(isolate, value);
+    if (!text.empty() && text.size() <= 3 &&
+        text.find_first_not_of("0123456789") == std::string::npos) {
+      number = std::stod(text);
+    }
+  }
+  if (!(number >= 0 && number <= 255 && number == static_cast<int>(number))) {
+    ThrowType(isolate, "tarn.exit: the code must be an integer from 0 to 255");
+    return;
+  }
+  State().runtime->RequestExit(static_cast<int>(number));
+  StopScript(isolate);
 }
 
 void Load(const v8::FunctionCallbackInfo<v8::Value>& info) {
@@ -292,6 +348,22 @@ void StageHintList(const v8::FunctionCallbackInfo<v8::Value>& info) {
   info.GetReturnValue().Set(list);
 }
 
+// The renderer's texture-atlas settings as bridges left them in AppConfig.
+void AtlasSettings(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  const AppConfig* config = AppConfig::Instance();
+  v8::Local<v8::Object> item = v8::Object::New(isolate);
+  if (!item->Set(context, Text(isolate, "width"), v8::Integer::New(isolate, config->gATLAS_WIDTH()))
+           .FromMaybe(false) ||
+      !item->Set(context, Text(isolate, "height"),
+                 v8::Boolean::New(isolate, config->gATLAS_HEIGHT()))
+           .FromMaybe(false)) {
+    return;
+  }
+  info.GetReturnValue().Set(item);
+}
+
 // Clears a native object's pointer, as the engine does once it has handed the
 // object back to its bridge: later calls on it meet a destroyed object.
 void DetachNative(const v8::FunctionCallbackInfo<v8::Value>& info) {
@@ -315,21 +387,66 @@ v8::Local<v8::Object> NewNamespace(v8::Local<v8::Context> context, v8::Local<v8:
 
 }  // namespace
 
-bool RunScriptFile(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& path,
-                   std::string* error) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
+bool ReadScriptSource(const std::string& path, std::string* source, std::string* error) {
+  if (path.empty()) {
+    *error = "cannot read script: the path is empty";
+    return false;
+  }
+  // One open and one pass: a FIFO or a pipe can be read only once.
+  int fd = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
     *error = "cannot read script " + path;
     return false;
   }
-  std::stringstream content;
-  content << file.rdbuf();
-  v8::Local<v8::String> source = Text(isolate, content.str());
-  v8::ScriptOrigin origin(isolate, Text(isolate, path));
+  struct stat info;
+  if (fstat(fd, &info) != 0 || S_ISDIR(info.st_mode)) {
+    close(fd);
+    *error = "cannot read script " + path + ": it is a directory";
+    return false;
+  }
+  source->clear();
+  char buffer[65536];
+  for (;;) {
+    ssize_t count = read(fd, buffer, sizeof buffer);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) {
+      *error = "cannot read script " + path + ": " + std::strerror(errno);
+      close(fd);
+      return false;
+    }
+    if (count == 0) break;
+    if (source->size() + static_cast<size_t>(count) > kMaxScriptBytes) {
+      *error = "cannot read script " + path + ": larger than the limit of " +
+               std::to_string(kMaxScriptBytes) + " bytes";
+      close(fd);
+      source->clear();
+      return false;
+    }
+    source->append(buffer, static_cast<size_t>(count));
+  }
+  close(fd);
+  return true;
+}
+
+bool RunScriptSource(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& name,
+                     const std::string& content) {
+  if (content.size() > static_cast<size_t>(v8::String::kMaxLength)) {
+    isolate->ThrowException(v8::Exception::RangeError(Text(isolate, "script too long")));
+    return false;
+  }
+  v8::Local<v8::String> source = Text(isolate, content);
+  v8::ScriptOrigin origin(isolate, Text(isolate, name));
   v8::Local<v8::Script> script;
   v8::Local<v8::Value> result;
   return v8::Script::Compile(context, source, &origin).ToLocal(&script) &&
          script->Run(context).ToLocal(&result);
+}
+
+bool RunScriptFile(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& path,
+                   std::string* error) {
+  std::string content;
+  if (!ReadScriptSource(path, &content, error)) return false;
+  return RunScriptSource(isolate, context, path, content);
 }
 
 v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> context,
@@ -371,6 +488,8 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
   SetFunction(context, log, "stop", LogCaptureStop);
   v8::Local<v8::Object> stage = NewNamespace(context, tarn, "stage");
   SetFunction(context, stage, "hints", StageHintList);
+  v8::Local<v8::Object> appConfig = NewNamespace(context, tarn, "config");
+  SetFunction(context, appConfig, "atlas", AtlasSettings);
   v8::Local<v8::Object> test = NewNamespace(context, tarn, "test");
   SetFunction(context, test, "detachNative", DetachNative);
   return scope.Escape(tarn);

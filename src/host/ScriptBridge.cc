@@ -22,6 +22,35 @@ void throwScriptError(v8::Isolate* isolate, const char* message) {
   isolate->ThrowException(v8::Exception::Error(text));
 }
 
+void nativeEntryFailed(v8::Isolate* isolate, const char* entry, bool scriptOnStack) noexcept {
+  static tarn::util::Logger logger("tarn.engine");
+  std::string text;
+  bool runtimeError = false;
+  try {
+    throw;
+  } catch (const ScriptExceptionPending&) {
+    // The script's own exception is pending; a loop entry's TryCatch reports it.
+    return;
+  } catch (const TarnJsRuntimeException& e) {
+    text = e.what();
+    runtimeError = true;
+  } catch (const std::exception& e) {
+    text = std::string("Internal error: ") + e.what();
+  } catch (...) {
+    text = "Internal error: unknown native exception";
+  }
+  try {
+    if (!runtimeError || !scriptOnStack) {
+      logger.log(__FILE__, "nativeEntryFailed", __LINE__, tarn::util::LOG_ERROR,
+                 std::string("native exception in ") + (entry ? entry : "native entry") +
+                     (scriptOnStack ? ": " : " (ignored, the loop goes on): ") + text);
+    }
+    if (scriptOnStack && isolate) throwScriptError(isolate, text.c_str());
+  } catch (...) {
+    // Out of memory while reporting: nothing more can be said.
+  }
+}
+
 std::string propertyName(v8::Isolate* isolate, v8::Local<v8::Name> name) {
   v8::String::Utf8Value utf8(isolate, name);
   return *utf8 ? std::string(*utf8, utf8.length()) : std::string();
@@ -117,7 +146,11 @@ void OnCollected(const v8::WeakCallbackInfo<WeakNative>& info) {
   WeakNative* weak = info.GetParameter();
   weak->handle.Reset();
   LiveObjects()[weak->bridge].erase(weak);
-  weak->bridge->destroyFromScript(weak->native);
+  try {
+    weak->bridge->destroyFromScript(weak->native);
+  } catch (...) {
+    detail::nativeEntryFailed(info.GetIsolate(), "weak callback", false);
+  }
   delete weak;
 }
 
@@ -138,13 +171,8 @@ void Construct(const v8::FunctionCallbackInfo<v8::Value>& info) {
   try {
     ScriptArray args(adapter);
     native = bridge->constructFromScript(args);
-  } catch (const ScriptExceptionPending&) {
-    return;
-  } catch (const TarnJsRuntimeException& e) {
-    detail::throwScriptError(isolate, e.what());
-    return;
-  } catch (const std::exception& e) {
-    detail::throwScriptError(isolate, (std::string("Internal error: ") + e.what()).c_str());
+  } catch (...) {
+    detail::nativeEntryFailed(isolate, "constructor", true);
     return;
   }
   v8::Local<v8::Object> self = info.This();

@@ -199,6 +199,9 @@ bool ScriptObject::has(const std::string& key) const {
 
 ScriptObject ScriptObject::get(const std::string& key) const {
   if (kind_ != Kind::Handle) return ScriptObject();
+  // Idle calls settled while the run ends free their records, call nothing.
+  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
+  if (runtime && runtime->ScriptBlocked()) return ScriptObject();
   v8::Isolate* isolate = CurrentIsolate();
   v8::HandleScope scope(isolate);
   v8::Local<v8::Value> value = getValue(isolate);
@@ -259,6 +262,9 @@ ScriptObject ScriptArray::get(int index) const {
   if (index < 0) return ScriptObject();
   if (args_) return index < args_->Length() ? ScriptObject((*args_)[index]) : ScriptObject();
   if (kind_ != Kind::Handle) return ScriptObject();
+  // Idle calls settled while the run ends free their records, call nothing.
+  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
+  if (runtime && runtime->ScriptBlocked()) return ScriptObject();
   v8::Isolate* isolate = CurrentIsolate();
   v8::HandleScope scope(isolate);
   v8::Local<v8::Value> value = getValue(isolate);
@@ -287,6 +293,9 @@ void ScriptArray::set(int index, const ScriptObject& element) {
 
 ScriptObject ScriptFunction::invoke(const ScriptArray& args) const {
   if (kind_ != Kind::Handle) return ScriptObject();
+  // Idle calls settled while the run ends free their records, call nothing.
+  tarn::host::Runtime* runtime = tarn::host::Runtime::Current();
+  if (runtime && runtime->ScriptBlocked()) return ScriptObject();
   v8::Isolate* isolate = CurrentIsolate();
   v8::HandleScope scope(isolate);
   v8::Local<v8::Value> value = getValue(isolate);

@@ -2,10 +2,48 @@
 // and the --sim-* options).
 #include "extensions.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "DevicePath.h"
 #include "SimulatorExtension.h"
+#include "tarn/host/DevicePaths.h"
+#include "tvsim/Simulator.h"
 
 std::vector<std::unique_ptr<tarn::host::Extension>> tarnRunExtensions() {
   std::vector<std::unique_ptr<tarn::host::Extension>> extensions;
   extensions.push_back(tvsim::makeSimulatorExtension());
+  // The host's device paths go through the simulated TV's root folder.
+  tarn::host::SetDevicePathResolver(&platform::devicePath);
   return extensions;
+}
+
+bool simulatorRootUsable(std::string* error) {
+  const char* given = std::getenv("TVSIM_ROOT");
+  struct stat info;
+  if (given && *given && stat(given, &info) == 0 && !S_ISDIR(info.st_mode)) {
+    *error = std::string("TVSIM_ROOT ") + given + " is not a folder";
+    return false;
+  }
+  const std::string root = tvsim::Simulator::root();
+  if (root.empty() || root == "/") {
+    const char* tmp = std::getenv("TMPDIR");
+    *error = std::string("the simulated TV has no root folder (TMPDIR ") +
+             (tmp ? std::string("\"") + tmp + "\"" : std::string("not set")) + ")";
+    return false;
+  }
+  // Written into before anything else touches it: a probe file.
+  std::string probe = root + "/.tarn-run-probe-XXXXXX";
+  int fd = mkstemp(&probe[0]);
+  if (fd < 0) {
+    *error = "the simulated TV's root folder " + root + " is not writable: " + std::strerror(errno);
+    return false;
+  }
+  close(fd);
+  unlink(probe.c_str());
+  return true;
 }

@@ -1,6 +1,7 @@
 // tarn-run: runs a script in the engine host with the bridges loaded, the way
 // the TV's engine runs home-screen scripts.
 #include <glib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -16,8 +17,8 @@
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
 #endif
-#ifndef TARN_DEFAULT_BRIDGES
-#define TARN_DEFAULT_BRIDGES ""
+#ifndef TARN_DEFAULT_BRIDGE
+#define TARN_DEFAULT_BRIDGE "libqdutil.so"
 #endif
 
 namespace {
@@ -32,6 +33,17 @@ std::vector<std::string> Split(const std::string& text, char separator) {
     start = end + 1;
   }
   return parts;
+}
+
+// The QDUtil bridge beside this program: ../lib/ from the executable's own
+// folder, in the build tree and in an installed tree alike.
+std::string DefaultBridge() {
+  char self[4096];
+  ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (length <= 0) return TARN_DEFAULT_BRIDGE;
+  std::string path(self, static_cast<size_t>(length));
+  size_t slash = path.rfind('/');
+  return path.substr(0, slash == std::string::npos ? 0 : slash) + "/../lib/" + TARN_DEFAULT_BRIDGE;
 }
 
 // From a number 0..4 or a level name; -1 when neither.
@@ -119,7 +131,7 @@ int main(int argc, char* argv[]) {
     for (gchar** path = bridges; *path; ++path) hostOptions.bridges.push_back(*path);
   } else if (!noBridges) {
     const char* fromEnvironment = std::getenv("TARN_BRIDGES");
-    hostOptions.bridges = Split(fromEnvironment ? fromEnvironment : TARN_DEFAULT_BRIDGES, ':');
+    hostOptions.bridges = Split(fromEnvironment ? fromEnvironment : DefaultBridge(), ':');
   }
   if (noBridges) hostOptions.bridges.clear();
   if (tarnData) AppConfig::Instance()->SetTarnDataPath(tarnData);
@@ -128,6 +140,13 @@ int main(int argc, char* argv[]) {
   for (auto& extension : extensions) {
     std::string message;
     if (!extension->start(&message)) {
+      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+      return 2;
+    }
+  }
+  {
+    std::string message;
+    if (!simulatorRootUsable(&message)) {
       std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
       return 2;
     }

@@ -1,0 +1,31 @@
+#!/bin/sh
+# Installs the build into a fresh prefix and runs the demo from there:
+#   check_install.sh BUILD_DIR SOURCE_DIR
+# Nothing installed may name the build folder, and the installed tarn-run
+# must find its bridge and libraries through $ORIGIN alone.
+set -u
+build=$1 source=$2
+prefix=$(mktemp -d)
+trap 'rm -rf "$prefix"' EXIT
+cmake --install "$build" --prefix "$prefix" > "$prefix.log" 2>&1 || { cat "$prefix.log"; rm -f "$prefix.log"; exit 1; }
+rm -f "$prefix.log"
+fail=0
+for f in bin/tarn-run lib/libtarnhost.so lib/libtvsim.so lib/libqdutil.so share/doc/qdutil/host.md \
+         share/doc/qdutil/examples/demo.js; do
+  [ -e "$prefix/$f" ] || { echo "not installed: $f"; fail=1; }
+done
+for f in "$prefix"/bin/* "$prefix"/lib/*; do
+  if grep -qF "$build" "$f"; then
+    echo "$f names the build folder $build"
+    fail=1
+  fi
+done
+out=$(cd / && TARN_LOG_LEVEL=error "$prefix/bin/tarn-run" "$source/examples/demo.js" 2>&1)
+status=$?
+if [ "$status" != 0 ]; then
+  echo "installed tarn-run ended with $status:"
+  echo "$out" | tail -20
+  fail=1
+fi
+[ "$fail" = 0 ] && echo "installed and ran the demo from $prefix"
+exit "$fail"

@@ -1,0 +1,30 @@
+#!/bin/sh
+# One-way dependencies and symbol hygiene of the built libraries:
+#   check_linkage.sh BRIDGE.so HOST.so BUILD_DIR
+# - the bridge exports `loadBridges` and nothing else;
+# - the bridge needs neither the host nor the simulated TV (the loading
+#   process provides their symbols) and has no run path into the build tree;
+# - the host library does not need the simulated TV.
+set -u
+bridge=$1 host=$2 build=$3
+fail=0
+
+exports=$(nm -D --defined-only "$bridge" | awk 'NF >= 3 { print $3 }' | sort | tr '\n' ' ')
+if [ "$exports" != "loadBridges " ]; then
+  echo "the bridge exports more than loadBridges: $exports" | cut -c1-2000
+  fail=1
+fi
+if readelf -d "$bridge" | grep NEEDED | grep -E "libtarnhost|libtvsim"; then
+  echo "the bridge links the host or the simulated TV"
+  fail=1
+fi
+if readelf -d "$bridge" | grep -E "RPATH|RUNPATH" | grep -F "$build"; then
+  echo "the bridge has a run path into the build tree"
+  fail=1
+fi
+if readelf -d "$host" | grep NEEDED | grep libtvsim; then
+  echo "the host links the simulated TV"
+  fail=1
+fi
+[ "$fail" = 0 ] && echo "linkage ok: $(basename "$bridge") exports loadBridges only"
+exit "$fail"

@@ -1,0 +1,2 @@
+console.log('running ' + tarn.sim.root());
+setInterval(() => {}, 1000);

@@ -1,0 +1,2 @@
+new Thrower().task(tarn.args[0]);
+setTimeout(() => console.log('timer after'), 20);

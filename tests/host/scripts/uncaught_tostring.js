@@ -1,0 +1,1 @@
+throw { toString() { throw new Error('toString throws'); } };

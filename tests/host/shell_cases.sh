@@ -1,0 +1,89 @@
+#!/bin/sh
+# tarn-run cases that need a shell around them: a FIFO or stdin as the
+# script, an oversize script, output to /dev/full, and signals.
+#   shell_cases.sh CASE TARN_RUN SCRIPTS_DIR
+set -u
+case_name=$1 tarn=$2 scripts=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export TARN_LOG_LEVEL=warn
+fail() { echo "FAIL: $*"; exit 1; }
+
+case "$case_name" in
+fifo)
+  mkfifo "$work/script.js"
+  (echo 'console.log(1)' > "$work/script.js") &
+  out=$(timeout 20 "$tarn" --no-bridges "$work/script.js") || fail "status $?"
+  [ "$out" = 1 ] || fail "printed '$out'"
+  ;;
+stdin)
+  out=$(echo 'console.log(tarn.args.join(","))' | timeout 20 "$tarn" --no-bridges - a b) ||
+    fail "status $?"
+  [ "$out" = a,b ] || fail "printed '$out'"
+  ;;
+empty_path)
+  timeout 20 "$tarn" --no-bridges "" > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 2 ] || fail "status $status"
+  [ "$(cat "$work/err")" = "tarn-run: cannot read script: the path is empty" ] ||
+    fail "stderr: $(cat "$work/err")"
+  ;;
+oversize)
+  # One byte over the 64 MiB limit: refused before anything runs.
+  head -c 67108865 /dev/zero | tr '\0' ' ' > "$work/big.js"
+  timeout 20 "$tarn" --no-bridges "$work/big.js" > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 2 ] || fail "status $status"
+  grep -q "larger than the limit of 67108864 bytes" "$work/err" || fail "stderr: $(cat "$work/err")"
+  ;;
+dev_full)
+  [ -w /dev/full ] || { echo "no /dev/full here"; exit 0; }
+  timeout 20 "$tarn" --no-bridges "$scripts/print_one.js" > /dev/full 2> "$work/err"
+  status=$?
+  [ "$status" = 1 ] || fail "status $status"
+  grep -q "cannot write to standard output: No space left on device" "$work/err" ||
+    fail "stderr: $(cat "$work/err")"
+  ;;
+sigint | sigterm | sighup)
+  signal=$(echo "$case_name" | sed 's/^sig//' | tr a-z A-Z)
+  case "$signal" in INT) number=2 ;; TERM) number=15 ;; HUP) number=1 ;; esac
+  timeout 30 "$tarn" "$scripts/sleep_forever.js" > "$work/out" 2> "$work/err" &
+  pid=$!
+  for _ in $(seq 1 200); do
+    grep -q running "$work/out" 2>/dev/null && break
+    sleep 0.05
+  done
+  root=$(sed -n 's/^running //p' "$work/out")
+  [ -n "$root" ] && [ -d "$root" ] || fail "no simulator root: $(cat "$work/out" "$work/err")"
+  kill -s "$signal" "$pid"
+  wait "$pid"
+  status=$?
+  [ "$status" = $((128 + number)) ] || fail "status $status, expected $((128 + number))"
+  [ ! -e "$root" ] || fail "the simulator's root $root is left behind"
+  ;;
+tvsim_root_file | tvsim_root_unwritable | tmpdir_file | no_tmpdir)
+  # A simulated TV's root that cannot be used stops tarn-run before the
+  # script, with the bad value named; nothing is written outside the root.
+  echo 'console.log("ran")' > "$work/s.js"
+  echo keep > "$work/file"
+  case "$case_name" in
+  tvsim_root_file) env TVSIM_ROOT="$work/file" "$tarn" "$work/s.js" > "$work/out" 2> "$work/err"; status=$?
+    expected="tarn-run: TVSIM_ROOT $work/file is not a folder" ;;
+  tvsim_root_unwritable) env TVSIM_ROOT=/proc "$tarn" "$work/s.js" > "$work/out" 2> "$work/err"; status=$?
+    expected="tarn-run: the simulated TV's root folder /proc is not writable: " ;;
+  tmpdir_file) env -u TVSIM_ROOT TMPDIR="$work/file" "$tarn" "$work/s.js" > "$work/out" 2> "$work/err"; status=$?
+    expected="the simulated TV has no root folder (TMPDIR \"$work/file\")" ;;
+  no_tmpdir) env -u TVSIM_ROOT -u TMPDIR "$tarn" "$work/s.js" > "$work/out" 2> "$work/err"
+    [ $? = 0 ] && [ "$(cat "$work/out")" = ran ] || fail "without TMPDIR: $(cat "$work/out" "$work/err")"
+    echo "ok: $case_name"; exit 0 ;;
+  esac
+  [ "$status" = 2 ] || fail "status $status: $(cat "$work/out" "$work/err")"
+  grep -qF "$expected" "$work/err" || fail "stderr: $(cat "$work/err")"
+  [ ! -s "$work/out" ] || fail "the script ran"
+  [ "$(cat "$work/file")" = keep ] || fail "the file was changed"
+  ;;
+*)
+  fail "unknown case $case_name"
+  ;;
+esac
+echo "ok: $case_name"
