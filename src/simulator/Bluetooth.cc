@@ -57,8 +57,8 @@ int bt_adapter_foreach_bonded_device(bt_adapter_bonded_device_cb callback, void*
     std::string address = d["address"].asString();
     std::string name = d["name"].asString();
     bt_device_info_s info{};
-    info.remote_address = &address[0];
-    info.remote_name = &name[0];
+    info.remote_address = d["address"].isNull() ? nullptr : &address[0];
+    info.remote_name = d["name"].isNull() ? nullptr : &name[0];
     info.is_bonded = true;
     info.is_connected = d["connected"].asBool();
     info.is_authorized = true;
@@ -66,7 +66,7 @@ int bt_adapter_foreach_bonded_device(bt_adapter_bonded_device_cb callback, void*
     tvsim::JournalEntry entry;
     entry.library = "tvsim";
     entry.operation = "report.bondedDevice";
-    entry.arguments = args(address, name);
+    entry.arguments = args(text(info.remote_address), text(info.remote_name));
     entry.result = more;
     entry.thread = currentThreadId();
     Core::instance().appendJournal(std::move(entry));
@@ -86,8 +86,23 @@ int GetRemoteVidPid(const char* address, unsigned short* vid, unsigned short* pi
   if (!address || !vid || !pid) return call.finish(static_cast<int>(BTEXT_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
-  for (const auto& d : core.state["bluetooth"]["devices"]) {
-    if (d["address"].asString() != address) continue;
+  const Json::Value& devices = core.state["bluetooth"]["devices"];
+  auto matches = [address](const Json::Value& d) {
+    const Json::Value& a = d["address"];
+    return !a.isNull() && std::strcmp(a.asCString(), address) == 0;
+  };
+  // Callers ask device after device during an enumeration: look just after
+  // the last match first, so thousands of devices do not cost a full scan
+  // each.
+  static thread_local Json::ArrayIndex next = 0;
+  Json::ArrayIndex found = devices.size();
+  if (next < devices.size() && matches(devices[next])) found = next;
+  for (Json::ArrayIndex i = 0; found == devices.size() && i < devices.size(); ++i) {
+    if (matches(devices[i])) found = i;
+  }
+  if (found < devices.size()) {
+    next = found + 1;
+    const Json::Value& d = devices[found];
     if (d["vid"].isNull() || d["pid"].isNull())
       return call.finish(static_cast<int>(BTEXT_ERROR_NO_DATA));
     *vid = static_cast<unsigned short>(d["vid"].asUInt());

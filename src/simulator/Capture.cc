@@ -244,19 +244,30 @@ int RequestCaptureToFileSync(CaptureRequest* request) {
   const std::string path = (dir == "/" ? "" : dir) + "/" + r.file_name;
   if (path.size() >= sizeof r.ret_path)
     return call.finish(static_cast<int>(CAPTURE_ERROR_PATH_TOO_LONG));
+  // The folder is a device path: it lies under the root folder as every
+  // other device path does, while ret_path reports it as the set would.
+  std::string hostDir;
+  {
+    Core& core = Core::instance();
+    std::lock_guard<std::mutex> lock(core.mutex);
+    hostDir = devicePathLocked(core, dir);
+  }
+  while (hostDir.size() > 1 && hostDir.back() == '/') hostDir.pop_back();
+  const std::string hostPath = (hostDir == "/" ? "" : hostDir) + "/" + r.file_name;
   struct stat st;
-  if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) || access(dir.c_str(), W_OK) != 0) {
+  if (stat(hostDir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) ||
+      access(hostDir.c_str(), W_OK) != 0) {
     return call.finish(static_cast<int>(CAPTURE_ERROR_WRITE_FAILED));
   }
   const std::vector<unsigned char> rgb = render(scene, r.capture_mode, r.width, r.height);
-  const std::string partial = path + ".partial";
+  const std::string partial = hostPath + ".partial";
   FILE* file = std::fopen(partial.c_str(), "wb");
   if (!file) return call.finish(static_cast<int>(CAPTURE_ERROR_WRITE_FAILED));
   bool written = r.comp_type == COMP_TYPE_PNG
                      ? writePng(file, rgb, r.width, r.height)
                      : writeJpeg(file, rgb, r.width, r.height, r.jpeg_quality);
   written = std::fclose(file) == 0 && written;
-  if (!written || std::rename(partial.c_str(), path.c_str()) != 0) {
+  if (!written || std::rename(partial.c_str(), hostPath.c_str()) != 0) {
     std::remove(partial.c_str());
     return call.finish(static_cast<int>(CAPTURE_ERROR_WRITE_FAILED));
   }

@@ -98,6 +98,15 @@ const std::vector<OperationInfo>& operationTable() {
       {"system_info", "system_info_get_value_bool", K::Int},
       {"tzplatform", "tzplatform_mkpath", K::TextOrNull},
       {"libc", "qd_settimeofday", K::Int},
+      // The bridge's clock and kernel calls (Clock.cc).
+      {"libc", "gettimeofday", K::Int},
+      {"libc", "time", K::Int},
+      {"libc", "localtime", K::PointerNullOnly},
+      {"libc", "localtime_r", K::PointerNullOnly},
+      {"libc", "gmtime_r", K::PointerNullOnly},
+      {"libc", "mktime", K::Int},
+      {"libc", "clock_gettime", K::Int},
+      {"libc", "prctl", K::Int},
       {"DevicePath", "devicePath", K::TextOrNull},
   };
   return table;

@@ -87,6 +87,9 @@ class Core {
   bool rootIsTemporary = false;
   std::set<std::string> dirtySections;
   std::set<std::string> mediaFoldersWritten;
+  // Device paths written by the `files` and `folders` sections, so that an
+  // entry taken out of the state is taken off the disk too.
+  std::set<std::string> pathsWritten;
 
   Notifier notifier;
 

@@ -87,7 +87,7 @@ const char* defaultStateJson() {
     "hid": { "started": false, "set": false }
   },
   "feedback": { "initialized": false, "played": [] },
-  "clock": { "lastSet": null },
+  "clock": { "lastSet": null, "wallTime": null, "monotonic": null, "failing": [] },
   "launcher": {
     "apps": [
       "org.tarn.apps", "org.tarn.games", "org.tarn.mycontents", "org.tarn.search-all",
@@ -125,7 +125,9 @@ const char* defaultStateJson() {
     "demo_movie": [ "demo_01.mp4", "demo_02.mp4", "demo_03.mp4" ]
   },
   "markers": { "pexReady": true, "wasReady": true, "firstScreenReady": false },
-  "files": {}
+  "files": {},
+  "folders": [],
+  "memoryReports": { "memfree": true, "memstat": true }
 })json";
 }
 

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include <json/writer.h>
 
@@ -69,10 +70,12 @@ std::string attributes(const Json::Value& map) {
   std::string out;
   if (map.isMember("name")) out += " name=\"" + xmlEscape(map["name"].asString()) + "\"";
   for (const auto& key : map.getMemberNames()) {
-    if (key != "name") out += " " + key + "=\"" + xmlEscape(map[key].asString()) + "\"";
+    if (key != "name") out += " " + xmlEscape(key) + "=\"" + xmlEscape(map[key].asString()) + "\"";
   }
   return out;
 }
+
+std::string normalize(const std::string& absolute);
 
 // Figures of /proc/self/status and /proc/meminfo by name, in kB.
 std::map<std::string, long long> readFigures(const char* path) {
@@ -90,13 +93,38 @@ std::map<std::string, long long> readFigures(const char* path) {
   return figures;
 }
 
-void writeMemoryReports(const std::string& root, const std::string& normalized) {
+// How `memoryReports` says a report is made: false takes it away, a text (or
+// number) is its whole content, anything else means the real figures. A
+// `files` entry or a `folders` entry at the report's path wins over all.
+bool steeredReport(const Json::Value& state, const std::string& root, const std::string& normalized,
+                   const char* key) {
+  if (state["files"].isMember(normalized)) return true;
+  for (const auto& folder : state["folders"]) {
+    if (normalize(folder.asString()) == normalized) return true;
+  }
+  const Json::Value& mode = state["memoryReports"][key];
+  if (mode.isBool() && !mode.asBool()) {
+    std::error_code ec;
+    if (fs::is_regular_file(root + normalized, ec)) fs::remove(root + normalized, ec);
+    return true;
+  }
+  if (mode.isString() || (mode.isNumeric() && !mode.isBool())) {
+    writeFile(root + normalized, mode.asString(), nullptr);
+    return true;
+  }
+  return false;
+}
+
+void writeMemoryReports(const Json::Value& state, const std::string& root,
+                        const std::string& normalized) {
   const std::string self = "/proc/" + std::to_string(getpid()) + "/";
   if (normalized == "/proc/qd_memfree") {
+    if (steeredReport(state, root, normalized, "memfree")) return;
     auto mem = readFigures("/proc/meminfo");
     long long freeKb = mem.count("MemAvailable") ? mem["MemAvailable"] : mem["MemFree"];
     writeFile(root + normalized, std::to_string(freeKb) + "\n", nullptr);
   } else if (normalized == self + "qd_memstat") {
+    if (steeredReport(state, root, normalized, "memstat")) return;
     auto status = readFigures("/proc/self/status");
     std::ostringstream out;
     for (const char* name : {"VmPeak", "VmSize", "VmHWM", "VmRSS", "RssAnon", "RssFile", "RssShmem",
@@ -169,6 +197,9 @@ bool populateSection(Core& core, const std::string& section, std::string* error)
       }
     }
     fs::create_directories(root + "/proc/" + std::to_string(getpid()), ec);
+    // The engine host's default app (tarn-run without --tarn-data) has its
+    // data folder from the start; the host makes any other when resolving.
+    fs::create_directories(root + kAppsRoot + "/tarnapps/apps_temp/org.tarn.apps", ec);
     if (!fs::exists(root + "/dev/gator/annotate"))
       writeFile(root + "/dev/gator/annotate", "", error);
     return true;
@@ -273,7 +304,18 @@ bool populateSection(Core& core, const std::string& section, std::string* error)
   }
   if (section == "files") {
     for (const auto& path : s["files"].getMemberNames()) {
-      if (!writeFile(root + normalize(path), s["files"][path].asString(), error)) return false;
+      const std::string target = root + normalize(path);
+      if (fs::is_directory(fs::symlink_status(target, ec))) fs::remove_all(target, ec);
+      core.pathsWritten.insert(normalize(path));
+      if (!writeFile(target, s["files"][path].asString(), error)) return false;
+    }
+    for (const auto& folder : s["folders"]) {
+      const std::string path = normalize(folder.asString());
+      const std::string target = root + path;
+      if (fs::exists(fs::symlink_status(target, ec)) && !fs::is_directory(target, ec))
+        fs::remove(target, ec);
+      fs::create_directories(target, ec);
+      core.pathsWritten.insert(path);
     }
     return true;
   }
@@ -306,11 +348,34 @@ const std::string& Core::ensureRootLocked() {
     markAllSectionsDirty();
   }
   if (!dirtySections.empty()) {
+    // `files` and `folders` entries win over every other section: they are
+    // written last, and again whenever another section was rewritten. An
+    // entry taken out of the state is taken off the disk, and the sections
+    // that may own its path are written again.
+    if (dirtySections.size() > 1 || !dirtySections.count("files")) dirtySections.insert("files");
+    if (dirtySections.count("files")) {
+      std::set<std::string> wanted;
+      for (const auto& path : state["files"].getMemberNames()) wanted.insert(normalize(path));
+      for (const auto& folder : state["folders"]) wanted.insert(normalize(folder.asString()));
+      bool removed = false;
+      for (auto it = pathsWritten.begin(); it != pathsWritten.end();) {
+        if (wanted.count(*it)) {
+          ++it;
+          continue;
+        }
+        std::error_code ec;
+        fs::remove_all(root + *it, ec);
+        it = pathsWritten.erase(it);
+        removed = true;
+      }
+      if (removed) markAllSectionsDirty();
+    }
     // The skeleton first: the other sections write into it.
     std::vector<std::string> order{"skeleton"};
     for (const auto& section : dirtySections) {
-      if (section != "skeleton") order.push_back(section);
+      if (section != "skeleton" && section != "files") order.push_back(section);
     }
+    order.push_back("files");
     dirtySections.clear();
     for (const auto& section : order) {
       std::string error;
@@ -324,8 +389,12 @@ const std::string& Core::ensureRootLocked() {
 std::string devicePathLocked(Core& core, const std::string& absolutePath) {
   if (absolutePath.empty() || absolutePath[0] != '/') return absolutePath;
   const std::string& root = core.ensureRootLocked();
-  const std::string normalized = normalize(absolutePath);
-  writeMemoryReports(root, normalized);
+  std::string normalized = normalize(absolutePath);
+  // A path already inside the root (one a script built from tarn.sim.root())
+  // is that file.
+  if (!root.empty() && normalized.compare(0, root.size() + 1, root + "/") == 0)
+    normalized.erase(0, root.size());
+  writeMemoryReports(std::as_const(core.state), root, normalized);
   return root + normalized;
 }
 

@@ -182,8 +182,10 @@ const Node& schema() {
                                                    {"launchTime", integer(0, LLONG_MAX)}}))}})},
         {"bluetooth", object({{"initialized", boolean()},
                               {"adapterEnabled", boolean()},
-                              {"devices", listOf(object({{"address", textNode()},
-                                                         {"name", textNode()},
+                              // A null address or name is reported as a null
+                              // pointer, as a faulty stack might.
+                              {"devices", listOf(object({{"address", orNull(textNode())},
+                                                         {"name", orNull(textNode())},
                                                          {"bonded", boolean()},
                                                          {"connected", boolean()},
                                                          {"vid", orNull(integer(0, 65535))},
@@ -192,7 +194,13 @@ const Node& schema() {
         {"feedback", object({{"initialized", boolean()}, {"played", listOf(integer(0))}})},
         {"clock", object({{"lastSet", orNull(object({{"seconds", integer(LLONG_MIN, LLONG_MAX)},
                                                      {"arg1", integer(INT_MIN, INT_MAX)},
-                                                     {"arg2", integer(INT_MIN, INT_MAX)}}))}})},
+                                                     {"arg2", integer(INT_MIN, INT_MAX)}}))},
+                          // The bridge's view of the clocks (null: the PC's own)
+                          // and the clock calls that fail while listed.
+                          {"wallTime", orNull(integer(LLONG_MIN, LLONG_MAX))},
+                          {"monotonic", orNull(object({{"sec", integer(0, LLONG_MAX)},
+                                                       {"nsec", integer(0, 999999999)}}))},
+                          {"failing", listOf(textNode())}})},
         {"launcher", object({{"apps", listOf(textNode())}})},
         {"logPolicy",
          object({{"services",
@@ -209,6 +217,11 @@ const Node& schema() {
          object(
              {{"pexReady", boolean()}, {"wasReady", boolean()}, {"firstScreenReady", boolean()}})},
         {"files", mapOf(textNode(), Node::AbsolutePathKey)},
+        // Folders made at absolute device paths, in the place of any file
+        // there; the kernel's memory reports: true (the real figures),
+        // false (absent) or the report's exact text.
+        {"folders", listOf(textNode())},
+        {"memoryReports", object({{"memfree", scalar()}, {"memstat", scalar()}})},
     });
   }();
   return *root;
@@ -419,6 +432,7 @@ bool consistent(const Json::Value& doc, std::string* error) {
   std::set<std::string> addresses;
   const Json::Value& devices = doc["bluetooth"]["devices"];
   for (Json::ArrayIndex i = 0; i < devices.size(); ++i) {
+    if (devices[i]["address"].isNull()) continue;
     if (!addresses.insert(devices[i]["address"].asString()).second) {
       return bad("bluetooth.devices[" + std::to_string(i) + "].address: address used twice");
     }
@@ -455,7 +469,13 @@ bool consistent(const Json::Value& doc, std::string* error) {
       }
     }
   }
+  auto plainName = [](const std::string& n) {
+    return !n.empty() && n.find('/') == std::string::npos && n != "." && n != "..";
+  };
   for (const auto& folder : doc["media"].getMemberNames()) {
+    if (!plainName(folder)) {
+      return bad("media: \"" + folder + "\" is not a plain folder name");
+    }
     for (const auto& name : doc["media"][folder]) {
       const std::string n = name.asString();
       if (n.empty() || n.find('/') != std::string::npos || n == "." || n == "..") {
@@ -464,8 +484,23 @@ bool consistent(const Json::Value& doc, std::string* error) {
     }
   }
   for (const auto& path : doc["files"].getMemberNames()) {
-    if (path.find("/../") != std::string::npos || path.size() < 2 || path.back() == '/') {
+    bool usable = path.size() >= 2 && path[0] == '/' && path.back() != '/' &&
+                  path.find('\0') == std::string::npos;
+    std::stringstream parts(path);
+    std::string part;
+    while (usable && std::getline(parts, part, '/')) {
+      if (part == "." || part == "..") usable = false;
+    }
+    if (!usable) {
       return bad("files[\"" + path + "\"]: expected the absolute path of a file");
+    }
+  }
+  const Json::Value& folders = doc["folders"];
+  for (Json::ArrayIndex i = 0; i < folders.size(); ++i) {
+    const std::string path = folders[i].asString();
+    if (path.size() < 2 || path[0] != '/' || path.find("/../") != std::string::npos ||
+        (path.size() >= 3 && path.compare(path.size() - 3, 3, "/..") == 0)) {
+      return bad("folders[" + std::to_string(i) + "]: expected an absolute path without \"..\"");
     }
   }
   return true;
@@ -541,8 +576,13 @@ bool resolve(Json::Value& doc, const std::vector<Segment>& segments, bool create
             (path.empty() ? std::string("the document") : path) + " is a list: expected an index";
         return false;
       }
-      Json::ArrayIndex index = static_cast<Json::ArrayIndex>(std::stoul(s.key));
       path += "[" + s.key + "]";
+      // Indices are 32-bit: a larger one must not wrap around.
+      if (s.key.size() > 10 || std::stoull(s.key) >= 0xffffffffull) {
+        *error = path + ": index out of range (the list has " + std::to_string(v->size()) + ")";
+        return false;
+      }
+      Json::ArrayIndex index = static_cast<Json::ArrayIndex>(std::stoull(s.key));
       if (index > v->size() || (index == v->size() && !create)) {
         *error = path + ": no such element (the list has " + std::to_string(v->size()) + ")";
         return false;
@@ -624,11 +664,12 @@ bool applyOverlay(const Json::Value& base, const Json::Value& overlay, const std
 void markDirty(Core& core, const std::string& top) {
   static const std::set<std::string> fileSections = {"markers",       "launcher",     "logPolicy",
                                                      "installedApps", "appDataAreas", "panels",
-                                                     "media",         "files"};
+                                                     "media",         "files",        "folders"};
   if (top.empty()) {
     core.markAllSectionsDirty();
   } else if (fileSections.count(top)) {
-    core.dirtySections.insert(top);
+    // Folders are made by the files section, after the files.
+    core.dirtySections.insert(top == "folders" ? "files" : top);
   }
 }
 
@@ -658,10 +699,21 @@ bool Simulator::loadStateText(const std::string& text, const std::string& origin
                               std::string* error) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["stackLimit"] = kMaxJsonDepth;
   std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value overlay;
   std::string errors;
-  if (!reader->parse(text.data(), text.data() + text.size(), &overlay, &errors)) {
+  bool parsed = false;
+  try {
+    parsed = reader->parse(text.data(), text.data() + text.size(), &overlay, &errors);
+  } catch (const Json::Exception&) {
+    if (error) {
+      *error = origin + ": not valid JSON: nested deeper than " + std::to_string(kMaxJsonDepth) +
+               " levels";
+    }
+    return false;
+  }
+  if (!parsed) {
     // jsoncpp reports "* Line 3, Column 5\n  Missing ..."; the first error
     // is told as "file:3:5: not valid JSON: Missing ...".
     int line = 0;
@@ -783,6 +835,8 @@ bool Simulator::set(const std::string& path, const Json::Value& value, std::stri
   }
   core.state = std::move(copy);
   detail::markDirty(core, segments.empty() ? std::string() : segments[0].key);
+  // Files follow the state at once once the root exists.
+  if (!core.root.empty()) core.ensureRootLocked();
   return true;
 }
 
@@ -812,9 +866,9 @@ bool Simulator::remove(const std::string& path, std::string* error) {
     }
     parent->removeMember(last);
   } else if (node->kind == detail::Node::List && detail::isIntegerText(last) && last[0] != '-' &&
-             std::stoul(last) < parent->size()) {
+             last.size() <= 10 && std::stoull(last) < parent->size()) {
     Json::Value removed;
-    parent->removeIndex(static_cast<Json::ArrayIndex>(std::stoul(last)), &removed);
+    parent->removeIndex(static_cast<Json::ArrayIndex>(std::stoull(last)), &removed);
   } else {
     if (error) *error = path + ": only map members and list elements can be removed";
     return false;
@@ -825,6 +879,7 @@ bool Simulator::remove(const std::string& path, std::string* error) {
   }
   core.state = std::move(copy);
   detail::markDirty(core, segments[0].key);
+  if (!core.root.empty()) core.ensureRootLocked();
   return true;
 }
 

@@ -86,13 +86,15 @@ class CaptureTest : public SimulatorTest {
  protected:
   void SetUp() override {
     SimulatorTest::SetUp();
-    char pattern[] = "/tmp/tvsim-capture-XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(pattern));
-    dir = pattern;
+    // The folder is a device path; the file lands under the root folder.
+    dir = "/tmp/tvsim-capture";
+    std::error_code ec;
+    fs::remove_all(onHost(dir), ec);
+    ASSERT_TRUE(fs::create_directories(onHost(dir)));
   }
   void TearDown() override {
     std::error_code ec;
-    fs::remove_all(dir, ec);
+    fs::remove_all(onHost(dir), ec);
     SimulatorTest::TearDown();
   }
   CaptureRequest request(int comp, int width, int height, const char* name) {
@@ -106,9 +108,12 @@ class CaptureTest : public SimulatorTest {
     r.height = height;
     return r;
   }
+  static std::string onHost(const std::string& devicePath) {
+    return tvsim::Simulator::root() + devicePath;
+  }
   size_t filesInDir() const {
     size_t n = 0;
-    for (auto it = fs::directory_iterator(dir); it != fs::directory_iterator(); ++it) ++n;
+    for (auto it = fs::directory_iterator(onHost(dir)); it != fs::directory_iterator(); ++it) ++n;
     return n;
   }
   std::string dir;
@@ -121,9 +126,25 @@ TEST_F(CaptureTest, PngOfTheRequestedSize) {
   EXPECT_EQ(270, r.ret_height);
   EXPECT_EQ(dir + "/shot.png", std::string(r.ret_path));
   Image image;
-  ASSERT_TRUE(readPng(r.ret_path, &image));
+  ASSERT_TRUE(readPng(onHost(r.ret_path), &image));
   EXPECT_EQ(480, image.width);
   EXPECT_EQ(270, image.height);
+}
+
+TEST_F(CaptureTest, FolderIsADevicePathUnderTheRoot) {
+  CaptureRequest r = request(COMP_TYPE_PNG, 16, 9, "device.png");
+  ASSERT_EQ(0, RequestCaptureToFileSync(&r));
+  // ret_path names the file as the set would; the file lies under the root.
+  EXPECT_EQ(dir + "/device.png", std::string(r.ret_path));
+  EXPECT_TRUE(fs::is_regular_file(onHost(r.ret_path)));
+  EXPECT_FALSE(fs::exists(r.ret_path));
+  // A trailing slash names the same folder and the same file.
+  const std::string slashed = dir + "/";
+  r = request(COMP_TYPE_PNG, 16, 9, "slashed.png");
+  r.dir_path = slashed.c_str();
+  ASSERT_EQ(0, RequestCaptureToFileSync(&r));
+  EXPECT_EQ(dir + "/slashed.png", std::string(r.ret_path));
+  EXPECT_TRUE(fs::is_regular_file(onHost(r.ret_path)));
 }
 
 TEST_F(CaptureTest, JpegOfTheRequestedSizeAndQuality) {
@@ -134,29 +155,29 @@ TEST_F(CaptureTest, JpegOfTheRequestedSizeAndQuality) {
   ASSERT_EQ(0, RequestCaptureToFileSync(&high));
   ASSERT_EQ(0, RequestCaptureToFileSync(&low));
   Image image;
-  ASSERT_TRUE(readJpeg(high.ret_path, &image));
+  ASSERT_TRUE(readJpeg(onHost(high.ret_path), &image));
   EXPECT_EQ(640, image.width);
   EXPECT_EQ(360, image.height);
-  ASSERT_TRUE(readJpeg(low.ret_path, &image));
-  EXPECT_GT(fs::file_size(high.ret_path), fs::file_size(low.ret_path));
+  ASSERT_TRUE(readJpeg(onHost(low.ret_path), &image));
+  EXPECT_GT(fs::file_size(onHost(high.ret_path)), fs::file_size(onHost(low.ret_path)));
 }
 
 TEST_F(CaptureTest, PictureFollowsTheSetsState) {
   CaptureRequest r = request(COMP_TYPE_PNG, 64, 36, "a.png");
   ASSERT_EQ(0, RequestCaptureToFileSync(&r));
   Image tv;
-  ASSERT_TRUE(readPng(r.ret_path, &tv));
+  ASSERT_TRUE(readPng(onHost(r.ret_path), &tv));
   set("tv.currentSource", 33);
   r = request(COMP_TYPE_PNG, 64, 36, "b.png");
   ASSERT_EQ(0, RequestCaptureToFileSync(&r));
   Image hdmi;
-  ASSERT_TRUE(readPng(r.ret_path, &hdmi));
+  ASSERT_TRUE(readPng(onHost(r.ret_path), &hdmi));
   EXPECT_NE(tv.rgb, hdmi.rgb);
   set("av.videoMute", true);
   r = request(COMP_TYPE_PNG, 64, 36, "c.png");
   ASSERT_EQ(0, RequestCaptureToFileSync(&r));
   Image muted;
-  ASSERT_TRUE(readPng(r.ret_path, &muted));
+  ASSERT_TRUE(readPng(onHost(r.ret_path), &muted));
   for (unsigned char v : muted.rgb) ASSERT_EQ(0, v);
 }
 
@@ -165,11 +186,11 @@ TEST_F(CaptureTest, SubOnlyIsBlackWithoutASubPicture) {
   r.capture_mode = CAPTURE_MODE_VIDEO_SUB_ONLY;
   ASSERT_EQ(0, RequestCaptureToFileSync(&r));
   Image image;
-  ASSERT_TRUE(readPng(r.ret_path, &image));
+  ASSERT_TRUE(readPng(onHost(r.ret_path), &image));
   EXPECT_EQ(0, image.at(16, 9, 0) + image.at(16, 9, 1) + image.at(16, 9, 2));
   set("tv.subSource", 34);
   ASSERT_EQ(0, RequestCaptureToFileSync(&r));
-  ASSERT_TRUE(readPng(r.ret_path, &image));
+  ASSERT_TRUE(readPng(onHost(r.ret_path), &image));
   EXPECT_GT(image.at(16, 9, 0) + image.at(16, 9, 1) + image.at(16, 9, 2), 0);
 }
 
@@ -231,7 +252,7 @@ TEST_F(CaptureTest, PathsThatDoNotFitAreRefused) {
 TEST_F(CaptureTest, UnwritableFolderIsRefused) {
   if (geteuid() == 0) {
     // root writes anywhere; a regular file stands for an unusable folder.
-    std::FILE* f = std::fopen((dir + "/file").c_str(), "w");
+    std::FILE* f = std::fopen((onHost(dir) + "/file").c_str(), "w");
     ASSERT_NE(nullptr, f);
     std::fclose(f);
     const std::string notDir = dir + "/file";
@@ -240,10 +261,10 @@ TEST_F(CaptureTest, UnwritableFolderIsRefused) {
     EXPECT_EQ(CAPTURE_ERROR_WRITE_FAILED, RequestCaptureToFileSync(&r));
     return;
   }
-  ASSERT_EQ(0, chmod(dir.c_str(), 0500));
+  ASSERT_EQ(0, chmod(onHost(dir).c_str(), 0500));
   CaptureRequest r = request(COMP_TYPE_PNG, 48, 27, "x.png");
   EXPECT_EQ(CAPTURE_ERROR_WRITE_FAILED, RequestCaptureToFileSync(&r));
-  chmod(dir.c_str(), 0700);
+  chmod(onHost(dir).c_str(), 0700);
 }
 
 TEST_F(CaptureTest, NothingToCaptureWhileInStandby) {

@@ -5,7 +5,10 @@
 #include "SimulatorExtension.h"
 
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 
 #include <json/reader.h>
@@ -46,9 +49,19 @@ bool toJson(v8::Isolate* isolate, v8::Local<v8::Context> context, v8::Local<v8::
     return false;
   }
   Json::CharReaderBuilder builder;
+  builder["stackLimit"] = Simulator::kMaxJsonDepth;
   std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   std::string errors;
-  if (!reader->parse(*utf8, *utf8 + utf8.length(), out, &errors)) {
+  bool parsed = false;
+  try {
+    parsed = reader->parse(*utf8, *utf8 + utf8.length(), out, &errors);
+  } catch (const Json::Exception&) {
+    throwError(isolate,
+               ("value nested deeper than " + std::to_string(Simulator::kMaxJsonDepth) + " levels")
+                   .c_str());
+    return false;
+  }
+  if (!parsed) {
     throwError(isolate, "value cannot be written as JSON");
     return false;
   }
@@ -193,6 +206,63 @@ void Root(const v8::FunctionCallbackInfo<v8::Value>& info) {
   info.GetReturnValue().Set(v8Text(info.GetIsolate(), Simulator::root()));
 }
 
+// A device path (absolute, no ".." component) under the root folder; false
+// with a thrown error otherwise.
+bool hostPathOf(const v8::FunctionCallbackInfo<v8::Value>& info, std::string* out) {
+  v8::Isolate* isolate = info.GetIsolate();
+  std::string path;
+  if (info.Length() > 0 && info[0]->IsString()) {
+    v8::String::Utf8Value utf8(isolate, info[0]);
+    if (*utf8) path.assign(*utf8, static_cast<size_t>(utf8.length()));
+  }
+  if (path.empty() || path[0] != '/' || ("/" + path + "/").find("/../") != std::string::npos) {
+    throwError(isolate, "expected an absolute device path without \"..\"");
+    return false;
+  }
+  *out = Simulator::root() + path;
+  return true;
+}
+
+// readFile(devicePath): the file's bytes as a Uint8Array, null when it
+// cannot be read as a regular file.
+void ReadFile(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  std::string path;
+  if (!hostPathOf(info, &path)) return;
+  std::error_code ec;
+  if (!std::filesystem::is_regular_file(path, ec)) {
+    info.GetReturnValue().SetNull();
+    return;
+  }
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (!in.good() && !in.eof()) {
+    info.GetReturnValue().SetNull();
+    return;
+  }
+  v8::Local<v8::ArrayBuffer> buffer = v8::ArrayBuffer::New(info.GetIsolate(), bytes.size());
+  if (!bytes.empty()) std::memcpy(buffer->GetBackingStore()->Data(), bytes.data(), bytes.size());
+  info.GetReturnValue().Set(v8::Uint8Array::New(buffer, 0, bytes.size()));
+}
+
+// makeFolder(devicePath): makes the folder and its parents; false on failure.
+void MakeFolder(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  std::string path;
+  if (!hostPathOf(info, &path)) return;
+  std::error_code ec;
+  std::filesystem::create_directories(path, ec);
+  info.GetReturnValue().Set(!ec && std::filesystem::is_directory(path, ec));
+}
+
+// removePath(devicePath): removes a file or a whole folder; the number of
+// entries removed.
+void RemovePath(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  std::string path;
+  if (!hostPathOf(info, &path)) return;
+  std::error_code ec;
+  const auto removed = std::filesystem::remove_all(path, ec);
+  info.GetReturnValue().Set(static_cast<double>(ec ? 0 : removed));
+}
+
 void DefaultState(const v8::FunctionCallbackInfo<v8::Value>& info) {
   Json::Value value;
   Json::CharReaderBuilder builder;
@@ -215,9 +285,16 @@ bool applySet(const std::string& assignment, std::string* error) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder["strictRoot"] = false;  // a bare number, text or true is a value too
+  builder["stackLimit"] = Simulator::kMaxJsonDepth;
   std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   std::string errors;
-  if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) value = text;
+  try {
+    if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) value = text;
+  } catch (const Json::Exception&) {
+    *error = "--sim-set " + path + ": the value is nested deeper than " +
+             std::to_string(Simulator::kMaxJsonDepth) + " levels";
+    return false;
+  }
   std::string why;
   if (!Simulator::set(path, value, &why)) {
     *error = "--sim-set " + assignment + ": " + why;
@@ -306,6 +383,9 @@ void SimulatorExtension::install(v8::Isolate* isolate, v8::Local<v8::Context> co
       {"journal", Journal},
       {"clearJournal", ClearJournal},
       {"root", Root},
+      {"readFile", ReadFile},
+      {"makeFolder", MakeFolder},
+      {"removePath", RemovePath},
   };
   for (const auto& f : functions) {
     v8::Local<v8::Function> function;

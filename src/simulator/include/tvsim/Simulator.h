@@ -31,6 +31,10 @@ struct JournalEntry {
 
 class Simulator {
  public:
+  // JSON given to the simulated TV (state files, --sim-set, tarn.sim values)
+  // nests at most this deep; deeper input is refused with a message.
+  static constexpr int kMaxJsonDepth = 64;
+
   // --- State -------------------------------------------------------------
   // The built-in state of a plausible set, as JSON text.
   static std::string defaultStateText();
