@@ -62,5 +62,6 @@ class QDUtilBridge : public ScriptInstanceBridge {
 
 }  // namespace Bridge
 
-// Entry point the engine host looks up by its plain name.
-extern "C" std::vector<Bridge::ScriptBridge*> loadBridges();
+// Entry point the engine host looks up by its plain name; the only symbol the
+// library exports (it is built with hidden visibility).
+extern "C" __attribute__((visibility("default"))) std::vector<Bridge::ScriptBridge*> loadBridges();

@@ -32,6 +32,17 @@ extern tarn::util::Logger staticLogger;
     }                                                                                           \
   } while (0)
 
+// QD_LOG_AS(logger, function, level, a << b): as QD_LOG, for a helper that
+// writes a step of a handler, so the line names that handler.
+#define QD_LOG_AS(logger, function, level, message)                                               \
+  do {                                                                                            \
+    if (::tarn::util::Logger::isEnabled(level)) {                                                 \
+      std::ostringstream qdLogText_;                                                              \
+      qdLogText_ << message;                                                                      \
+      (logger).log(::Bridge::kBridgeSourceFile, (function), __LINE__, (level), qdLogText_.str()); \
+    }                                                                                             \
+  } while (0)
+
 // QD_DLOG(priority, "text %d", value): one platform-log line, prefixed with
 // "file: function(line) > " as every platform-log line of the set is.
 #define QD_DLOG(priority, format, ...)                                 \
