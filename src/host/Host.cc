@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <mutex>
 #include <thread>
 
@@ -91,8 +92,29 @@ namespace {
 // every other thread, which inherit the mask): it stops the extensions (the
 // simulated TV removes its temporary root) and ends the process with
 // 128 + the signal's number.
+//
+// An abort (abort(), a fatal engine error, SIGABRT from outside) cannot be
+// blocked: its handler runs in the aborting thread, where almost nothing is
+// safe to call. It marks the abort and wakes the signal thread, which does
+// the same clean-up and exits with 128 + SIGABRT; if that thread has not
+// finished within a few seconds (a lock held by the aborting thread), the
+// handler lets the abort go on as it would have.
 std::vector<Extension*>* g_signalExtensions = nullptr;
 std::mutex g_signalMutex;
+pthread_t g_signalThread;
+volatile sig_atomic_t g_aborting = 0;
+
+void OnAbort(int) {
+  if (pthread_equal(pthread_self(), g_signalThread) || g_aborting) return;
+  g_aborting = 1;
+  // Wake the signal thread through one of the signals it waits for.
+  pthread_kill(g_signalThread, SIGTERM);
+  for (int i = 0; i < 300; ++i) {
+    struct timespec tick = {0, 10 * 1000 * 1000};
+    nanosleep(&tick, nullptr);
+  }
+  // Returning lets abort() reset the action and raise again.
+}
 
 void WatchSignals(std::vector<Extension*>* extensions) {
   static std::once_flag once;
@@ -107,10 +129,11 @@ void WatchSignals(std::vector<Extension*>* extensions) {
     sigaddset(&set, SIGTERM);
     sigaddset(&set, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    std::thread([set] {
+    std::thread watcher([set] {
       int signal = 0;
       while (sigwait(&set, &signal) != 0) {
       }
+      if (g_aborting) signal = SIGABRT;
       {
         std::lock_guard<std::mutex> lock(g_signalMutex);
         if (g_signalExtensions) {
@@ -119,7 +142,14 @@ void WatchSignals(std::vector<Extension*>* extensions) {
       }
       std::fflush(stdout);
       _exit(128 + signal);
-    }).detach();
+    });
+    g_signalThread = watcher.native_handle();
+    watcher.detach();
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    action.sa_handler = OnAbort;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGABRT, &action, nullptr);
   });
 }
 

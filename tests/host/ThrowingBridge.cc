@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include <cstdlib>
+
 #include "ScriptBridge.h"
 #include "ScriptEngine.h"
 #include "TarnEventArgsMap.h"
@@ -52,6 +54,7 @@ class Thrower : public Bridge::ScriptInstanceBridge {
   const char* getScriptClassName() const override { return "Thrower"; }
   void mapScriptInterface(ScriptContext& context) override {
     context.captureMethodCall<Thrower, &Thrower::HandleCall>("call");
+    context.captureMethodCall<Thrower, &Thrower::HandleAbort>("abort");
     context.captureMethodCall<Thrower, &Thrower::HandleIdle>("idle");
     context.captureMethodCall<Thrower, &Thrower::HandleTask>("task");
     context.captureMethodCall<Thrower, &Thrower::HandleCollect>("collect");
@@ -74,6 +77,8 @@ class Thrower : public Bridge::ScriptInstanceBridge {
   static Bridge::ScriptObject HandleCall(Thrower*, const Bridge::ScriptArray& args) {
     Throw(args.get(0).asString(), "method call");
   }
+  // abort(): the process aborts on the script thread, as a fatal error would.
+  static Bridge::ScriptObject HandleAbort(Thrower*, const Bridge::ScriptArray&) { std::abort(); }
   // idle(kind): an idle call that throws, then one that prints "idle after".
   static Bridge::ScriptObject HandleIdle(Thrower*, const Bridge::ScriptArray& args) {
     auto* kind = new std::string(args.get(0).asString());

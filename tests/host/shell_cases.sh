@@ -1,7 +1,7 @@
 #!/bin/sh
 # tarn-run cases that need a shell around them: a FIFO or stdin as the
 # script, an oversize script, output to /dev/full, and signals.
-#   shell_cases.sh CASE TARN_RUN SCRIPTS_DIR
+#   shell_cases.sh CASE TARN_RUN SCRIPTS_DIR [THROWING_BRIDGE]
 set -u
 case_name=$1 tarn=$2 scripts=$3
 work=$(mktemp -d)
@@ -44,11 +44,14 @@ dev_full)
   grep -q "cannot write to standard output: No space left on device" "$work/err" ||
     fail "stderr: $(cat "$work/err")"
   ;;
-sigint | sigterm | sighup)
+sigint | sigterm | sighup | sigabrt)
   signal=$(echo "$case_name" | sed 's/^sig//' | tr a-z A-Z)
-  case "$signal" in INT) number=2 ;; TERM) number=15 ;; HUP) number=1 ;; esac
-  timeout 30 "$tarn" "$scripts/sleep_forever.js" > "$work/out" 2> "$work/err" &
+  case "$signal" in INT) number=2 ;; TERM) number=15 ;; HUP) number=1 ;; ABRT) number=6 ;; esac
+  # Signalled directly: timeout(1) would take the signal itself.
+  "$tarn" "$scripts/sleep_forever.js" > "$work/out" 2> "$work/err" &
   pid=$!
+  (sleep 30; kill -9 "$pid") > /dev/null 2>&1 &
+  watchdog=$!
   for _ in $(seq 1 200); do
     grep -q running "$work/out" 2>/dev/null && break
     sleep 0.05
@@ -58,7 +61,18 @@ sigint | sigterm | sighup)
   kill -s "$signal" "$pid"
   wait "$pid"
   status=$?
+  kill "$watchdog" 2>/dev/null
   [ "$status" = $((128 + number)) ] || fail "status $status, expected $((128 + number))"
+  [ ! -e "$root" ] || fail "the simulator's root $root is left behind"
+  ;;
+abort_call)
+  # An abort inside a native call: the same clean-up, status 128 + SIGABRT.
+  thrower=${4:?the throwing bridge}
+  timeout 30 "$tarn" --bridge "$thrower" "$scripts/abort_call.js" > "$work/out" 2> "$work/err"
+  status=$?
+  root=$(sed -n 's/^running //p' "$work/out")
+  [ -n "$root" ] || fail "no simulator root: $(cat "$work/out" "$work/err")"
+  [ "$status" = 134 ] || fail "status $status, expected 134: $(cat "$work/err")"
   [ ! -e "$root" ] || fail "the simulator's root $root is left behind"
   ;;
 tvsim_root_file | tvsim_root_unwritable | tmpdir_file | no_tmpdir)

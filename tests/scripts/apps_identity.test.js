@@ -148,8 +148,13 @@ for (const [text, what] of badManifests) {
 }
 check.equal(gamesVersion('<widget><ver>' + 'v'.repeat(100000) + '</ver></widget>'), 'v'.repeat(100000),
             'a long version passes whole');
-check.equal(gamesVersion('<widget>' + '<a>'.repeat(100) + '</a>'.repeat(100) + '<ver>7</ver></widget>'), '7',
-            'moderate nesting still reads');
+// Elements nest 64 levels at most, as JSON does: the widget plus 63 levels
+// still reads, one more is refused as a manifest that does not load.
+check.equal(gamesVersion('<widget>' + '<a>'.repeat(63) + '</a>'.repeat(63) + '<ver>7</ver></widget>'), '7',
+            '64 levels of elements still read');
+check.equal(gamesVersion('<widget>' + '<a>'.repeat(64) + '</a>'.repeat(64) + '<ver>7</ver></widget>'), '',
+            '65 levels of elements are refused');
+check.equal(lines().pop().text, '[Tarn] XML LoadFile Fail!', '65 levels: load failure logged');
 tarn.sim.remove('files["' + gamesManifest + '"]');
 tarn.sim.set('folders', [gamesManifest]);
 lines();

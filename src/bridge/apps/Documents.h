@@ -14,8 +14,9 @@ namespace documents {
 // Deeper JSON is refused (jsoncpp's own limit is 1000, which a small stack
 // does not always survive); the files read here nest three levels.
 constexpr int kMaxJsonDepth = 64;
-// TinyXML recurses once per element level and has no limit of its own.
-constexpr int kMaxXmlDepth = 128;
+// TinyXML recurses once per element level and has no limit of its own; the
+// same bound as JSON, so every document the system reads has one limit.
+constexpr int kMaxXmlDepth = 64;
 
 // Parses `text` as a JSON document; false (and `*root` null) when it does not
 // parse or nests deeper than kMaxJsonDepth.

@@ -1,0 +1,3 @@
+console.log('running ' + tarn.sim.root());
+new Thrower().abort();
+console.log('not reached');
