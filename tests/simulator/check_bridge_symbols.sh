@@ -35,7 +35,10 @@ sort -u "$work/libs" -o "$work/libs"
 while read -r lib; do
   nm -D --defined-only "$lib" 2>/dev/null |
     awk -v lib="$(basename "$lib")" 'NF >= 3 { sub(/@.*/, "", $3); print $3, lib }'
-done < "$work/libs" | sort -u -k1,1 > "$work/defined"
+done < "$work/libs" | sort -u > "$work/all-defined"
+# One library per symbol for the look-up below; all-defined keeps every one
+# (a sanitizer build's runtime also defines many libc names).
+sort -u -k1,1 "$work/all-defined" > "$work/defined"
 
 # Strong undefined symbols of the bridge (weak ones may stay unresolved).
 nm -D --undefined-only "$bridge" | awk '$1 == "U" { sub(/@.*/, "", $2); print $2 }' | sort -u \
@@ -80,7 +83,7 @@ while read -r symbol lib; do
   case "$symbol" in
     __wrap_*)
       real=${symbol#__wrap_}
-      if [ "$is_platform" = 1 ] && grep -q "^$real libc\.so" "$work/defined"; then continue; fi
+      if [ "$is_platform" = 1 ] && grep -q "^$real libc\.so" "$work/all-defined"; then continue; fi
       echo "$symbol from $lib does not stand in for a libc call" >&2
       fail=1
       continue ;;
