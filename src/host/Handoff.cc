@@ -66,6 +66,7 @@ guint Handoff::AddIdle(gint priority, GSourceFunc function, gpointer data, GDest
       g_source_set_priority(call->source, priority);
       g_source_set_callback(call->source, &Handoff::RunIdleCall, call, &Handoff::FinishIdleCall);
       idleCalls_.insert(call);
+      call->published.store(true, std::memory_order_release);
       return g_source_attach(call->source, context_);
     }
   }
@@ -75,6 +76,9 @@ guint Handoff::AddIdle(gint priority, GSourceFunc function, gpointer data, GDest
 
 gboolean Handoff::RunIdleCall(gpointer pointer) {
   auto* call = static_cast<IdleCall*>(pointer);
+  // Always true here (attached after it was set); the acquire pairs with
+  // the producer's release.
+  if (!call->published.load(std::memory_order_acquire)) return G_SOURCE_CONTINUE;
   if (call->done) return G_SOURCE_REMOVE;
   gboolean again = call->owner->hooks_.runIdle
                        ? call->owner->hooks_.runIdle(call->function, call->data)
@@ -87,6 +91,7 @@ gboolean Handoff::RunIdleCall(gpointer pointer) {
 // it ran to its end or was destroyed by Flush.
 void Handoff::FinishIdleCall(gpointer pointer) {
   auto* call = static_cast<IdleCall*>(pointer);
+  (void)call->published.load(std::memory_order_acquire);
   Handoff* owner = call->owner;
   if (call->notify) call->notify(call->data);
   {

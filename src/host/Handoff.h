@@ -69,6 +69,10 @@ class Handoff {
     GSource* source;
     unsigned long order;  // settled in the order queued
     bool done;            // ran to completion or settled by Flush
+    // Set last by the producer, read first by the script thread: the fields
+    // above are then visible there without relying on GLib's own locking,
+    // which the thread checker cannot see.
+    std::atomic<bool> published{false};
   };
   static gboolean WakeCallback(gpointer self);
   static gboolean RunIdleCall(gpointer call);
