@@ -4,6 +4,12 @@
 // handler with ScriptExceptionPending.
 #include "ScriptObject.h"
 
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
 #include "Runtime.h"
 #include "TarnException.h"
 
@@ -22,6 +28,43 @@ v8::Local<v8::String> NewString(v8::Isolate* isolate, const std::string& text) {
            .ToLocal(&result)) {
     // Only a text beyond the engine's maximum length fails here.
     throw TarnJsRuntimeException("text too long for a script string");
+  }
+  return result;
+}
+
+// Property names of records: handlers use a few fixed keys on every call, so
+// each isolate keeps its first kMaxCachedKeys names as engine strings for the
+// life of the isolate, and later ones are made per call. Names are
+// internalized, which the engine would otherwise do on every store.
+constexpr std::uint32_t kKeyCacheSlot = 1;
+constexpr std::size_t kMaxCachedKeys = 256;
+constexpr std::size_t kMaxCachedKeyLength = 64;
+using KeyCache = std::unordered_map<std::string, v8::Eternal<v8::String>>;
+
+// One per isolate ever made, never freed: an isolate has no end hook, and a
+// cache holds at most kMaxCachedKeys short names.
+KeyCache* KeyCacheOf(v8::Isolate* isolate) {
+  static std::mutex mutex;
+  static std::vector<std::unique_ptr<KeyCache>> caches;
+  if (auto* cache = static_cast<KeyCache*>(isolate->GetData(kKeyCacheSlot))) return cache;
+  std::lock_guard<std::mutex> lock(mutex);
+  caches.push_back(std::make_unique<KeyCache>());
+  isolate->SetData(kKeyCacheSlot, caches.back().get());
+  return caches.back().get();
+}
+
+v8::Local<v8::String> NewKey(v8::Isolate* isolate, const std::string& key) {
+  KeyCache* cache = KeyCacheOf(isolate);
+  auto found = cache->find(key);
+  if (found != cache->end()) return found->second.Get(isolate);
+  v8::Local<v8::String> result;
+  if (!v8::String::NewFromUtf8(isolate, key.data(), v8::NewStringType::kInternalized,
+                               static_cast<int>(key.size()))
+           .ToLocal(&result)) {
+    throw TarnJsRuntimeException("text too long for a script string");
+  }
+  if (cache->size() < kMaxCachedKeys && key.size() <= kMaxCachedKeyLength) {
+    cache->emplace(key, v8::Eternal<v8::String>(isolate, result));
   }
   return result;
 }
@@ -191,7 +234,7 @@ bool ScriptObject::has(const std::string& key) const {
   v8::Local<v8::Value> value = getValue(isolate);
   if (!value->IsObject()) return false;
   bool result;
-  if (!value.As<v8::Object>()->Has(CurrentContext(isolate), NewString(isolate, key)).To(&result)) {
+  if (!value.As<v8::Object>()->Has(CurrentContext(isolate), NewKey(isolate, key)).To(&result)) {
     throw ScriptExceptionPending();
   }
   return result;
@@ -208,7 +251,7 @@ ScriptObject ScriptObject::get(const std::string& key) const {
   if (!value->IsObject()) return ScriptObject();
   v8::Local<v8::Value> member;
   if (!value.As<v8::Object>()
-           ->Get(CurrentContext(isolate), NewString(isolate, key))
+           ->Get(CurrentContext(isolate), NewKey(isolate, key))
            .ToLocal(&member)) {
     throw ScriptExceptionPending();
   }
@@ -224,7 +267,7 @@ void ScriptObject::set(const std::string& key, const ScriptObject& member) {
   v8::Local<v8::Value> memberValue = member.getValue(isolate);
   if (memberValue.IsEmpty()) memberValue = v8::Undefined(isolate);
   if (value.As<v8::Object>()
-          ->Set(CurrentContext(isolate), NewString(isolate, key), memberValue)
+          ->Set(CurrentContext(isolate), NewKey(isolate, key), memberValue)
           .IsNothing()) {
     throw ScriptExceptionPending();
   }

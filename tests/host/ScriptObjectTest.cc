@@ -107,6 +107,38 @@ TEST_F(ScriptObjectTest, RecordsAndListsAreBuiltWithSet) {
   EXPECT_TRUE(number.get("x").isUndefined());
 }
 
+// Record keys are kept per isolate up to a bound; past it, and for long or
+// odd names, keys are still exact, in this context and in a later one.
+TEST_F(ScriptObjectTest, ManyLongAndOddKeysStayExact) {
+  v8::HandleScope scope(isolate());
+  for (int round = 0; round < 2; ++round) {
+    v8::Local<v8::Context> context = v8::Context::New(isolate());
+    v8::Context::Scope contextScope(context);
+    ScriptObject record = ScriptObject::NewObject();
+    for (int i = 0; i < 600; ++i) record.set("k" + std::to_string(i), i);
+    const std::string longKey(5000, 'x');
+    const std::string withNul("a\0b", 3);
+    record.set(longKey, 1);
+    record.set(withNul, 2);
+    record.set("\xC3\xA9t\xC3\xA9", 3);
+    record.set("", 4);
+    for (int i = 0; i < 600; ++i) {
+      ASSERT_EQ(record.get("k" + std::to_string(i)).asNumber(), i) << i;
+    }
+    EXPECT_EQ(record.get(longKey).asNumber(), 1);
+    EXPECT_EQ(record.get(withNul).asNumber(), 2);
+    EXPECT_TRUE(record.get("a").isUndefined()) << "a NUL does not cut the key";
+    v8::Local<v8::Object> object = record.getValue().As<v8::Object>();
+    v8::Local<v8::Value> accent;
+    ASSERT_TRUE(object->Get(context, v8::String::NewFromUtf8Literal(isolate(), "\xC3\xA9t\xC3\xA9"))
+                    .ToLocal(&accent));
+    EXPECT_EQ(accent->NumberValue(context).FromMaybe(0), 3);
+    EXPECT_EQ(record.get("").asNumber(), 4);
+    EXPECT_TRUE(record.has("k599"));
+    EXPECT_FALSE(record.has("k600"));
+  }
+}
+
 TEST_F(ScriptObjectTest, KeptValuesOutliveTheirHandleScope) {
   v8::HandleScope scope(isolate());
   v8::Local<v8::Context> context = v8::Context::New(isolate());
