@@ -11,6 +11,16 @@ seconds=${FUZZ_SECONDS:-60}
 cxx=${FUZZ_CXX:-clang++}
 mkdir -p "$out"
 
+# clang (with its libFuzzer runtime) is installed here when missing: the
+# build itself does not need it.
+if [ -z "${FUZZ_CXX:-}" ] && ! command -v clang++ >/dev/null 2>&1; then
+  sudo_cmd=()
+  if [ "$(id -u)" -ne 0 ]; then sudo_cmd=(sudo); fi
+  echo "fuzz: installing clang"
+  "${sudo_cmd[@]}" apt-get update -qq || true
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq clang >/dev/null || true
+fi
+
 probe="$out/probe.cc"
 printf '#include <cstddef>\n#include <cstdint>\nextern "C" int LLVMFuzzerTestOneInput(const std::uint8_t*, std::size_t) { return 0; }\n' >"$probe"
 if ! command -v "$cxx" >/dev/null 2>&1 ||
