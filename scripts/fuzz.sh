@@ -13,12 +13,12 @@ mkdir -p "$out"
 
 # clang (with its libFuzzer runtime) is installed here when missing: the
 # build itself does not need it.
-if [ -z "${FUZZ_CXX:-}" ] && ! command -v clang++ >/dev/null 2>&1; then
+if [ -z "${FUZZ_CXX:-}" ] && { ! command -v clang++ >/dev/null 2>&1 || ! dpkg-query -W libclang-rt-14-dev >/dev/null 2>&1; }; then
   sudo_cmd=()
   if [ "$(id -u)" -ne 0 ]; then sudo_cmd=(sudo); fi
   echo "fuzz: installing clang"
   "${sudo_cmd[@]}" apt-get update -qq || true
-  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq clang >/dev/null || true
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq clang libclang-rt-14-dev >/dev/null || true
 fi
 
 probe="$out/probe.cc"
