@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -395,6 +396,51 @@ std::vector<std::string> Simulator::operations() {
   return names;
 }
 
+namespace {
+
+// The names forceResult takes: operations, then library-qualified ones.
+std::vector<std::string> forceableNames() {
+  std::vector<std::string> names;
+  for (const auto& op : detail::operationTable()) names.push_back(op.operation);
+  for (const auto& op : detail::operationTable()) {
+    names.push_back(std::string(op.library) + "." + op.operation);
+  }
+  return names;
+}
+
+// Every name a journal entry can be looked up by, operations first.
+std::vector<std::string> journalNames() {
+  std::vector<std::string> names;
+  for (const auto& op : detail::operationTable()) names.push_back(op.operation);
+  for (const auto& op : detail::operationTable()) {
+    names.push_back(std::string(op.library) + "." + op.operation);
+    names.push_back(op.library);
+  }
+  for (const char* event : {"wakeup", "powerOff", "powerState", "powerKey", "btConnection",
+                            "btBonded", "sourceStatus"}) {
+    names.push_back(std::string("fire.") + event);
+    names.push_back(std::string("tvsim.fire.") + event);
+  }
+  names.push_back("tvsim");
+  return names;
+}
+
+}  // namespace
+
+bool Simulator::isJournalName(const std::string& name, std::string* error) {
+  const std::vector<std::string> names = journalNames();
+  if (std::find(names.begin(), names.end(), name) != names.end()) return true;
+  if (error) {
+    std::string known;
+    for (const auto& op : detail::operationTable()) {
+      known += (known.empty() ? "" : ", ") + std::string(op.library) + "." + op.operation;
+    }
+    *error = "journal: unknown operation '" + name + "'" + detail::didYouMean(name, names) +
+             "; known: " + known + ", and fire.EVENT";
+  }
+  return false;
+}
+
 bool Simulator::forceResult(const std::string& operation, const Json::Value& value,
                             std::string* error) {
   const detail::OperationInfo* found = nullptr;
@@ -414,7 +460,8 @@ bool Simulator::forceResult(const std::string& operation, const Json::Value& val
   if (!found || matches != 1) {
     if (error) {
       *error = matches > 1 ? "ambiguous operation '" + operation + "': name its library"
-                           : "unknown operation '" + operation + "'";
+                           : "unknown operation '" + operation + "'" +
+                                 detail::didYouMean(operation, forceableNames());
     }
     return false;
   }

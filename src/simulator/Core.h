@@ -26,6 +26,11 @@ namespace detail {
 
 long currentThreadId();
 
+// The known name nearest to a mistyped `word`, or "" when none is near
+// enough; didYouMean gives it as " (did you mean \"NAME\"?)" or "".
+std::string nearestName(const std::string& word, const std::vector<std::string>& names);
+std::string didYouMean(const std::string& word, const std::vector<std::string>& names);
+
 // What a forced result of an operation may be.
 enum class ResultKind { Int, Bool, TextOrNull, PointerNullOnly, IntOrNull };
 

@@ -125,9 +125,11 @@ bool fireLocked(const std::string& event, Json::Value a, std::string* error) {
     }
     return bad("no source " + std::to_string(source));
   } else {
-    return bad(
-        "unknown event (known: wakeup, powerOff, powerState, powerKey, btConnection, btBonded, "
-        "sourceStatus)");
+    return bad("unknown event" +
+               detail::didYouMean(event, {"wakeup", "powerOff", "powerState", "powerKey",
+                                          "btConnection", "btBonded", "sourceStatus"}) +
+               " (known: wakeup, powerOff, powerState, powerKey, btConnection, btBonded, "
+               "sourceStatus)");
   }
   return true;
 }

@@ -144,9 +144,14 @@ bool check(const Json::Value& v, const Node& n, const std::string& path, bool co
         const Node* f = n.field(key);
         if (!f) {
           std::string known;
-          for (const auto& field : n.fields) known += (known.empty() ? "" : ", ") + field.first;
+          std::vector<std::string> names;
+          for (const auto& field : n.fields) {
+            known += (known.empty() ? "" : ", ") + field.first;
+            names.push_back(field.first);
+          }
           return fail(ctx, v[key], childPath(path, key),
-                      "unknown member \"" + key + "\" (known here: " + known + ")");
+                      "unknown member \"" + key + "\"" + didYouMean(key, names) +
+                          " (known here: " + known + ")");
         }
         if (!check(v[key], *f, childPath(path, key), complete, ctx)) return false;
       }

@@ -1,5 +1,6 @@
 // Paths into the state document: "a.b[2]", "files[\"/x y\"]", resolved
 // against the schema so that a path names what it reaches.
+#include "Core.h"
 #include "StateDocument.h"
 
 namespace tvsim {
@@ -76,7 +77,9 @@ bool resolve(Json::Value& doc, const std::vector<Segment>& segments, bool create
       const Node* f = n->field(s.key);
       path = childPath(path, s.key);
       if (!f) {
-        *error = path + ": no such member";
+        std::vector<std::string> names;
+        for (const auto& field : n->fields) names.push_back(field.first);
+        *error = path + ": no such member" + didYouMean(s.key, names);
         return false;
       }
       v = &(*v)[s.key];

@@ -159,4 +159,39 @@ TEST_F(ExtensionTest, ScriptsForceResultsFireEventsAndReadTheJournal) {
             script("return tarn.sim.root().length > 0 && tarn.sim.waitForNotifications(5000);"));
 }
 
+// A mistyped name is an error that names the nearest known one, never a
+// silent empty answer.
+TEST_F(ExtensionTest, MistypedNamesAreRefusedWithTheNearestKnownName) {
+  const std::string journal = script("return tarn.sim.journal('vconf_get_itn');");
+  EXPECT_EQ(0u, journal.find("Error: journal: unknown operation 'vconf_get_itn' (did you mean "
+                             "\"vconf_get_int\"?); known: TvPowerClient.requestPowerOff, "))
+      << journal;
+  EXPECT_NE(std::string::npos, journal.find("vconf.vconf_get_str")) << journal;
+  const std::string far = script("return tarn.sim.journal('typo');");
+  EXPECT_EQ(0u, far.find("Error: journal: unknown operation 'typo'; known: ")) << far;
+  // Known names that nothing has used yet still answer an empty list.
+  EXPECT_EQ("[0,0,0,0]", script("tarn.sim.clearJournal(); return [tarn.sim.journal('vconf'), "
+                                "tarn.sim.journal('vconf.vconf_get_int'), "
+                                "tarn.sim.journal('fire.wakeup'), tarn.sim.journal('tvsim')]"
+                                ".map(j => j.length);"));
+  EXPECT_EQ("Error: unknown operation 'requestPowerOf' (did you mean \"requestPowerOff\"?)",
+            script("return tarn.sim.forceResult('requestPowerOf', 1);"));
+  EXPECT_EQ(
+      "Error: unknown operation 'TvPowerClient.getPowerStat' (did you mean "
+      "\"TvPowerClient.getPowerState\"?)",
+      script("return tarn.sim.forceResult('TvPowerClient.getPowerStat', 1);"));
+  EXPECT_EQ(
+      "Error: fire wakeUp: unknown event (did you mean \"wakeup\"?) (known: wakeup, powerOff, "
+      "powerState, powerKey, btConnection, btBonded, sourceStatus)",
+      script("return tarn.sim.fire('wakeUp');"));
+  EXPECT_EQ("Error: tv.sourcse: no such member (did you mean \"sources\"?)",
+            script("return tarn.sim.set('tv.sourcse', 1);"));
+  std::string error;
+  EXPECT_FALSE(startWith({"--sim-set", "bluetooth.devics=[]"}, &error));
+  EXPECT_EQ(
+      "--sim-set bluetooth.devics=[]: bluetooth.devics: no such member (did you mean "
+      "\"devices\"?)",
+      error);
+}
+
 }  // namespace

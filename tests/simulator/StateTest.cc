@@ -70,7 +70,7 @@ TEST_F(StateTest, TruncatedFileIsAnError) {
 TEST_F(StateTest, UnknownMemberIsReportedWithItsPlace) {
   const std::string error = load("{\n  \"power\": {\n    \"stat\": 2\n  }\n}\n");
   EXPECT_EQ(path +
-                ":3:13: power.stat: unknown member \"stat\" (known here: state, wakeupReason, "
+                ":3:13: power.stat: unknown member \"stat\" (did you mean \"state\"?) (known here: state, wakeupReason, "
                 "screenOn, prePower, powerKeyPressCount, bootingTime)",
             error);
 }

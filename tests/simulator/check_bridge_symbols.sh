@@ -10,6 +10,11 @@
 # libraries it loads (ldd). Symbols from a platform library (the simulated
 # TV, the engine host) must be named in HEADER_DIR and must not be their
 # internals; symbols from other libraries must belong to their dependency.
+#
+# For a cross build's libraries (TARN_EMULATOR set), ldd cannot run the
+# foreign loader: the emulator runs the target's own loader (TARN_LOADER, as
+# a file of this machine) with --list, which prints what ldd prints, and NM
+# names the target's nm.
 set -eu
 
 bridge=$1
@@ -21,19 +26,34 @@ fail=0
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-if ldd "$bridge" | grep -q "not found"; then
+nm=${NM:-nm}
+if [ -n "${TARN_EMULATOR:-}" ]; then
+  if [ -z "${TARN_LOADER:-}" ]; then
+    echo "TARN_EMULATOR is set but not TARN_LOADER: no loader to list the libraries" >&2
+    exit 1
+  fi
+  # A library it cannot find stops the loader, with its name.
+  if ! "$TARN_EMULATOR" "$TARN_LOADER" --list "$bridge" > "$work/ldd" 2>&1; then
+    echo "unresolved libraries:" >&2
+    cat "$work/ldd" >&2
+    exit 1
+  fi
+else
+  ldd "$bridge" > "$work/ldd" || true
+fi
+if grep -q "not found" "$work/ldd"; then
   echo "unresolved libraries:" >&2
-  ldd "$bridge" | grep "not found" >&2
+  grep "not found" "$work/ldd" >&2
   exit 1
 fi
 
 # "library symbol" for every symbol the loaded libraries define.
-ldd "$bridge" | awk '$2 == "=>" && $3 ~ /^\// { print $3 } $1 ~ /^\// { print $1 }' | sort -u \
+awk '$2 == "=>" && $3 ~ /^\// { print $3 } $1 ~ /^\// { print $1 }' "$work/ldd" | sort -u \
   > "$work/libs"
 for lib in $platform_libs; do echo "$lib" >> "$work/libs"; done
 sort -u "$work/libs" -o "$work/libs"
 while read -r lib; do
-  nm -D --defined-only "$lib" 2>/dev/null |
+  "$nm" -D --defined-only "$lib" 2>/dev/null |
     awk -v lib="$(basename "$lib")" 'NF >= 3 { sub(/@.*/, "", $3); print $3, lib }'
 done < "$work/libs" | sort -u > "$work/all-defined"
 # One library per symbol for the look-up below; all-defined keeps every one
@@ -41,7 +61,7 @@ done < "$work/libs" | sort -u > "$work/all-defined"
 sort -u -k1,1 "$work/all-defined" > "$work/defined"
 
 # Strong undefined symbols of the bridge (weak ones may stay unresolved).
-nm -D --undefined-only "$bridge" | awk '$1 == "U" { sub(/@.*/, "", $2); print $2 }' | sort -u \
+"$nm" -D --undefined-only "$bridge" | awk '$1 == "U" { sub(/@.*/, "", $2); print $2 }' | sort -u \
   > "$work/undefined"
 
 # The words of the declared interfaces.

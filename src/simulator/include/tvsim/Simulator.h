@@ -65,6 +65,11 @@ class Simulator {
   // nothing else: no state change, outputs left as the caller preset them.
   // Forcing twice queues two results. Fails for an unknown operation or a
   // value of the wrong kind.
+  // Whether `name` can appear in the journal: an operation ("vconf_get_int"),
+  // a library ("vconf") or both ("vconf.vconf_get_int"), or a fired event
+  // ("fire.wakeup", library "tvsim"). If not, `error` names the known
+  // operations and the nearest one.
+  static bool isJournalName(const std::string& name, std::string* error);
   static bool forceResult(const std::string& operation, const Json::Value& value,
                           std::string* error);
   static void clearForcedResults();
