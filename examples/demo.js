@@ -27,3 +27,43 @@ try {
 } catch (e) {
   console.log('foreign this:', e.message);
 }
+
+// --- The set's services, answered by the simulated TV -----------------------
+// Clock and calendar (what a set with a 32-bit clock shows).
+console.log('\nclock: qd_gettimeofday() ->', q.qd_gettimeofday(), '| date', q.getDateString(),
+            '| time', q.getTimeString(), '| zone', JSON.stringify(q.qd_gettimezone()));
+
+// Sources and the TV's state.
+console.log('current source:', q.getSourceInfo(), '| channel type:', q.getCurrentChannelType(),
+            '| power state:', q.checkPowerState(), '| wake-up reason:', q.getWakeupReason());
+
+// Which app is running, and its memory.
+console.log('app:', q.getAppId(), 'version', q.getWidgetVersion(), '| free memory (kB):',
+            q.GetMemfree());
+console.log('launcher list:', q.getLauncherList().trim());
+console.log('foreground colour for (10, 200, 30):',
+            JSON.stringify(q.ExtractForegroundColor(10, 200, 30)));
+
+// A screen capture: a real PNG, written under the simulated set's root.
+tarn.sim.makeFolder('/opt/usr/home/captures');  // the set's capture folder
+const shot = q.requestCaptureToFileSync({dir_path: '/opt/usr/home/captures',
+                                         file_name: 'demo.png', width: 640, height: 360,
+                                         comp_type: q.COMP_TYPE_PNG});
+// The simulated root is temporary unless tarn-run is given --sim-root DIR.
+console.log('capture:', JSON.stringify(shot), '-> on this PC:',
+            tarn.sim.root() + shot.ret_path);
+
+// Events come back on the script thread. Bluetooth devices are delivered one
+// by one to the callback; power events as "interrupt" events once subscribed.
+q.initializeBlueTooth();
+q.getBlueToothDevice((device) => console.log('bluetooth device:', device.remoteName,
+                                             device.isConnected ? '(connected)' : ''));
+q.registerWakeUp();
+tarn.on('interrupt', (code) => {
+  console.log('interrupt event 0x' + code.toString(16).toUpperCase(), '(early wake-up)');
+  // The set is now in standby: the simulator kept what the bridge asked.
+  console.log('powerStanby() ->', q.powerStanby(), '| simulated power state:',
+              tarn.sim.get('power.state'));
+  tarn.exit(0);
+});
+tarn.sim.fire('wakeup');  // as the power service would, from its own thread
