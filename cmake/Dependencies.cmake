@@ -5,8 +5,9 @@ find_package(PkgConfig REQUIRED)
 set(_libnode_local ${CMAKE_SOURCE_DIR}/third_party/libnode/usr)
 # Headers and library must come from the same libnode: another Node.js build
 # may have put its own (newer) V8 headers in /usr/include/node, and a cache
-# made before the unpacked copy existed must not keep pointing there.
-if(EXISTS ${_libnode_local}/include/node/v8.h)
+# made before the unpacked copy existed must not keep pointing there. A
+# cross build takes both from its toolchain's sysroot instead.
+if(NOT CMAKE_CROSSCOMPILING AND EXISTS ${_libnode_local}/include/node/v8.h)
   set(V8_INCLUDE_DIR ${_libnode_local}/include/node CACHE PATH "V8 headers" FORCE)
 endif()
 find_path(V8_INCLUDE_DIR v8.h
@@ -14,7 +15,7 @@ find_path(V8_INCLUDE_DIR v8.h
   NO_DEFAULT_PATH)
 find_library(V8_LIBRARY NAMES node libnode.so.108
   PATHS ${_libnode_local}/lib/x86_64-linux-gnu ${_libnode_local}/lib/aarch64-linux-gnu
-        /usr/lib/x86_64-linux-gnu /usr/lib/aarch64-linux-gnu
+        /usr/lib/x86_64-linux-gnu /usr/lib/aarch64-linux-gnu /usr/lib/arm-linux-gnueabihf
   NO_DEFAULT_PATH)
 if(NOT V8_INCLUDE_DIR OR NOT V8_LIBRARY)
   message(FATAL_ERROR "V8 (libnode) not found: run scripts/setup.sh first")
@@ -30,7 +31,12 @@ add_library(v8 INTERFACE IMPORTED)
 # -isystem: warnings inside V8's own headers are not ours to fix.
 target_include_directories(v8 SYSTEM INTERFACE ${V8_INCLUDE_DIR})
 target_link_libraries(v8 INTERFACE ${V8_LIBRARY})
-target_link_options(v8 INTERFACE "-Wl,-rpath,${V8_LIBRARY_DIR}")
+# A cross build's libnode sits in the sysroot of the build machine: no run
+# path names it (on the set libnode is in the system's library folder; under
+# the emulator its wrapper gives the sysroot's).
+if(NOT CMAKE_CROSSCOMPILING)
+  target_link_options(v8 INTERFACE "-Wl,-rpath,${V8_LIBRARY_DIR}")
+endif()
 message(STATUS "V8 from ${V8_LIBRARY}")
 
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0 gio-2.0 gobject-2.0)

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Configures and builds the project into a build folder.
-#   scripts/build.sh [--sanitize | --tsan] [targets...]
+#   scripts/build.sh [--sanitize | --tsan | --arm] [targets...]
 # --sanitize builds into build-asan with AddressSanitizer and UBSan; --tsan
-# into build-tsan with ThreadSanitizer. QDUTIL_CMAKE_FLAGS adds CMake flags
-# (CI: -DQDUTIL_WERROR=ON).
+# into build-tsan with ThreadSanitizer; --arm into build-arm for 32-bit ARM
+# with cmake/toolchain-armhf.cmake (after scripts/setup-arm.sh).
+# QDUTIL_CMAKE_FLAGS adds CMake flags (CI: -DQDUTIL_WERROR=ON).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build"
@@ -16,6 +17,10 @@ elif [ "${1:-}" = "--tsan" ]; then
   shift
   build="$root/build-tsan"
   flags+=(-DQDUTIL_TSAN=ON)
+elif [ "${1:-}" = "--arm" ]; then
+  shift
+  build="$root/build-arm"
+  flags+=(-DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-armhf.cmake")
 fi
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${flags[@]}" >/dev/null
 if [ $# -gt 0 ]; then

@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Sets up, builds everything and runs every test (GoogleTest units and
 # script tests through tarn-run).
-#   scripts/test.sh [--sanitize | --tsan] [ctest arguments]
+#   scripts/test.sh [--sanitize | --tsan | --arm] [ctest arguments]
 # --sanitize runs the same suite built with AddressSanitizer and UBSan; any
 # sanitizer report fails the test that produced it. --tsan builds and runs
-# the V8-free hand-off tests (host.handoff.*) under ThreadSanitizer.
+# the V8-free hand-off tests (host.handoff.*) under ThreadSanitizer. --arm
+# cross-builds everything for 32-bit ARM into build-arm (scripts/setup-arm.sh
+# prepares the cross compiler, qemu-user and the armhf libraries) and runs
+# the same suite with every program of the build under qemu-arm.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
@@ -24,6 +27,11 @@ elif [ "${1:-}" = "--tsan" ]; then
   export TSAN_OPTIONS="halt_on_error=1:exitcode=88:second_deadlock_stack=1:suppressions=$root/.ci/tsan.supp"
   ctest --test-dir "$build" --output-on-failure -j2 --timeout 300 -R '^host\.handoff\.' "$@"
   exit
+elif [ "${1:-}" = "--arm" ]; then
+  shift
+  build="$root/build-arm"
+  "$root/scripts/setup-arm.sh"
+  "$root/scripts/build.sh" --arm
 else
   "$root/scripts/build.sh"
 fi

@@ -41,9 +41,31 @@ struct CaptureRequest {
   char ret_path[256];  // out: path of the file written
 };
 
+// The set's layout, byte for byte, wherever pointers are 4 bytes (the set's
+// 32-bit ARM): the service reads the record as it stands.
 #if defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 4
-static_assert(sizeof(CaptureRequest) == 296, "record shared with the capture service");
-static_assert(offsetof(CaptureRequest, ret_path) == 40, "record shared with the capture service");
+static_assert(sizeof(CaptureRequest) == 296, "the set's capture record");
+static_assert(offsetof(CaptureRequest, app_type) == 0, "the set's capture record");
+static_assert(offsetof(CaptureRequest, capture_mode) == 4, "the set's capture record");
+static_assert(offsetof(CaptureRequest, comp_type) == 8, "the set's capture record");
+static_assert(offsetof(CaptureRequest, jpeg_quality) == 12, "the set's capture record");
+static_assert(offsetof(CaptureRequest, dir_path) == 16, "the set's capture record");
+static_assert(offsetof(CaptureRequest, file_name) == 20, "the set's capture record");
+static_assert(offsetof(CaptureRequest, width) == 24, "the set's capture record");
+static_assert(offsetof(CaptureRequest, height) == 28, "the set's capture record");
+static_assert(offsetof(CaptureRequest, ret_width) == 32, "the set's capture record");
+static_assert(offsetof(CaptureRequest, ret_height) == 36, "the set's capture record");
+static_assert(offsetof(CaptureRequest, ret_path) == 40, "the set's capture record");
+#elif defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 8
+// 64-bit PC: each of the two pointers is 4 bytes wider, moving every field after it by 4.
+static_assert(sizeof(CaptureRequest) == 304, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, dir_path) == 16, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, file_name) == 24, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, width) == 32, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, height) == 36, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, ret_width) == 40, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, ret_height) == 44, "the set's record with 8-byte pointers");
+static_assert(offsetof(CaptureRequest, ret_path) == 48, "the set's record with 8-byte pointers");
 #endif
 
 // Blocks until the file is written; fills the out fields and returns 0, or

@@ -24,6 +24,8 @@
 # bus listens. The bus and the monitor are stopped by their process ids when
 # the run ends, whatever the outcome. Fails when the command fails, a bus
 # expectation is not met, or GLib printed a warning or a critical.
+# A cross build's emulator (TARN_EMULATOR) starts SENDER and COMMAND, the
+# build's own programs, when it is set; the bus tools are the machine's.
 set -u
 
 sender=$1
@@ -119,7 +121,7 @@ EOF
 fi
 
 mkfifo "$work/out"
-DBUS_SYSTEM_BUS_ADDRESS="$address" "${command[@]}" >"$work/out" 2>"$work/stderr" &
+DBUS_SYSTEM_BUS_ADDRESS="$address" ${TARN_EMULATOR:+"$TARN_EMULATOR"} "${command[@]}" >"$work/out" 2>"$work/stderr" &
 run_pid=$!
 
 while IFS= read -r line; do
@@ -145,7 +147,7 @@ while IFS= read -r line; do
     flood)
       id=${words[1]} member=${words[2]} count=${words[3]}
       before=$(grep -c -- "$first_screen$member\$" "$work/monitor.log")
-      "$sender" "$address" "$member" "$count" || fail "flood $id: the sender failed"
+      ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$sender" "$address" "$member" "$count" || fail "flood $id: the sender failed"
       emitted=$((emitted + count))
       await_monitor "$first_screen" "$emitted" 120 || fail "flood $id: the bus carried $seen of $emitted"
       after=$(grep -c -- "$first_screen$member\$" "$work/monitor.log")

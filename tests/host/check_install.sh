@@ -2,7 +2,8 @@
 # Installs the build into a fresh prefix and runs the demo from there:
 #   check_install.sh BUILD_DIR SOURCE_DIR
 # Nothing installed may name the build folder, and the installed tarn-run
-# must find its bridge and libraries through $ORIGIN alone.
+# must find its bridge and libraries through $ORIGIN alone. A cross build's
+# emulator (TARN_EMULATOR) starts it when it is set.
 set -u
 build=$1 source=$2
 prefix=$(mktemp -d)
@@ -20,7 +21,7 @@ for f in "$prefix"/bin/* "$prefix"/lib/*; do
     fail=1
   fi
 done
-out=$(cd / && TARN_LOG_LEVEL=error "$prefix/bin/tarn-run" "$source/examples/demo.js" 2>&1)
+out=$(cd / && TARN_LOG_LEVEL=error ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$prefix/bin/tarn-run" "$source/examples/demo.js" 2>&1)
 status=$?
 if [ "$status" != 0 ]; then
   echo "installed tarn-run ended with $status:"

@@ -5,11 +5,13 @@
 # - the bridge needs neither the host nor the simulated TV (the loading
 #   process provides their symbols) and has no run path into the build tree;
 # - the host library does not need the simulated TV.
+# NM names the nm for the libraries' processor (a cross build's); default nm.
 set -u
+nm=${NM:-nm}
 bridge=$1 host=$2 build=$3
 fail=0
 
-exports=$(nm -D --defined-only "$bridge" | awk 'NF >= 3 { print $3 }' | sort | tr '\n' ' ')
+exports=$("$nm" -D --defined-only "$bridge" | awk 'NF >= 3 { print $3 }' | sort | tr '\n' ' ')
 if [ "$exports" != "loadBridges " ]; then
   echo "the bridge exports more than loadBridges: $exports" | cut -c1-2000
   fail=1

@@ -2,12 +2,13 @@
 # Runs one tarn-run case and checks its exit status, and its whole stdout and
 # stderr against extended regular expressions (matched across lines).
 #   run_case.sh EXIT_CODE STDOUT_REGEX STDERR_REGEX COMMAND...
+# A cross build's emulator (TARN_EMULATOR) starts COMMAND when it is set.
 set -u
 code=$1 out_re=$2 err_re=$3
 shift 3
 out=$(mktemp) err=$(mktemp)
 trap 'rm -f "$out" "$err"' EXIT
-TARN_LOG_LEVEL=warn "$@" >"$out" 2>"$err"
+TARN_LOG_LEVEL=warn ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$@" >"$out" 2>"$err"
 status=$?
 ok=1
 if [ "$status" != "$code" ]; then
