@@ -53,17 +53,28 @@ const shot = q.requestCaptureToFileSync({dir_path: '/opt/usr/home/captures',
 console.log('capture:', JSON.stringify(shot), '-> on this PC:',
             tarn.sim.root() + shot.ret_path);
 
-// Events come back on the script thread. Bluetooth devices are delivered one
-// by one to the callback; power events as "interrupt" events once subscribed.
+// Events come back on the script thread, each when the set sends it: the
+// Bluetooth devices one by one to the callback, power events as "interrupt"
+// events once subscribed. The demo ends when both have arrived.
+const bonded = tarn.sim.get('bluetooth.devices').length;
+let devices = 0;
+let wokeUp = false;
+const endWhenDone = () => {
+  if (wokeUp && devices === bonded) tarn.exit(0);
+};
 q.initializeBlueTooth();
-q.getBlueToothDevice((device) => console.log('bluetooth device:', device.remoteName,
-                                             device.isConnected ? '(connected)' : ''));
+q.getBlueToothDevice((device) => {
+  console.log('bluetooth device:', device.remoteName, device.isConnected ? '(connected)' : '');
+  ++devices;
+  endWhenDone();
+});
 q.registerWakeUp();
 tarn.on('interrupt', (code) => {
   console.log('interrupt event 0x' + code.toString(16).toUpperCase(), '(early wake-up)');
   // The set is now in standby: the simulator kept what the bridge asked.
   console.log('powerStanby() ->', q.powerStanby(), '| simulated power state:',
               tarn.sim.get('power.state'));
-  tarn.exit(0);
+  wokeUp = true;
+  endWhenDone();
 });
 tarn.sim.fire('wakeup');  // as the power service would, from its own thread

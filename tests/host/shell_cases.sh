@@ -72,6 +72,23 @@ sigint | sigterm | sighup | sigabrt)
   grep -q '"operation":"initialize"' "$work/journal.jsonl" ||
     fail "the journal is not written: $(cat "$work/journal.jsonl" 2>&1)"
   ;;
+bad_log_env)
+  # An unknown TARN_LOG_LEVEL is refused as an unknown -l is; -l wins over it.
+  echo 'console.log("ran")' > "$work/s.js"
+  TARN_LOG_LEVEL=loud ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/s.js" \
+    > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 2 ] || fail "status $status: $(cat "$work/out" "$work/err")"
+  [ ! -s "$work/out" ] || fail "the script ran: $(cat "$work/out")"
+  [ "$(cat "$work/err")" = 'tarn-run: unknown log level "loud" in TARN_LOG_LEVEL' ] ||
+    fail "stderr: $(cat "$work/err")"
+  out=$(TARN_LOG_LEVEL=loud ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges -l warn "$work/s.js") ||
+    fail "with -l warn: status $?"
+  [ "$out" = ran ] || fail "with -l warn: $out"
+  out=$(TARN_LOG_LEVEL=DEBUG ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/s.js") ||
+    fail "with DEBUG: status $?"
+  [ "$out" = ran ] || fail "with DEBUG: $out"
+  ;;
 abort_call)
   # An abort inside a native call: the same clean-up, status 128 + SIGABRT.
   thrower=${4:?the throwing bridge}

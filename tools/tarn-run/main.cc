@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -111,6 +112,17 @@ int main(int argc, char* argv[]) {
     int level = ParseLevel(logLevel);
     if (level < 0) {
       std::fprintf(stderr, "tarn-run: unknown log level \"%s\"\n", logLevel);
+      return 2;
+    }
+    tarn::util::Logger::setThreshold(level);
+  } else if (const char* fromEnvironment = std::getenv("TARN_LOG_LEVEL");
+             fromEnvironment && *fromEnvironment) {
+    // The same values as -l, and the same refusal: a typo must not silently
+    // give the default threshold.
+    int level = ParseLevel(fromEnvironment);
+    if (level < 0) {
+      std::fprintf(stderr, "tarn-run: unknown log level \"%s\" in TARN_LOG_LEVEL\n",
+                   fromEnvironment);
       return 2;
     }
     tarn::util::Logger::setThreshold(level);
