@@ -28,6 +28,27 @@ namespace {
 
 using LoadBridgesFunction = std::vector<Bridge::ScriptBridge*> (*)();
 
+// -p: the value goes through the script's own console.log, so it prints
+// exactly as the script would print it.
+void PrintAsConsoleLog(v8::Isolate* isolate, v8::Local<v8::Context> context,
+                       v8::Local<v8::Value> value) {
+  v8::Local<v8::Value> console;
+  v8::Local<v8::Value> log;
+  if (!context->Global()
+           ->Get(context, v8::String::NewFromUtf8Literal(isolate, "console"))
+           .ToLocal(&console) ||
+      !console->IsObject() ||
+      !console.As<v8::Object>()
+           ->Get(context, v8::String::NewFromUtf8Literal(isolate, "log"))
+           .ToLocal(&log) ||
+      !log->IsFunction()) {
+    return;
+  }
+  // A throwing console.log leaves its exception for the caller's TryCatch.
+  v8::Local<v8::Value> ignored;
+  if (!log.As<v8::Function>()->Call(context, console, 1, &value).ToLocal(&ignored)) return;
+}
+
 void OnPromiseRejected(v8::PromiseRejectMessage message) {
   if (Runtime* runtime = Runtime::Current()) runtime->NotePromiseRejection(message);
 }
@@ -162,15 +183,17 @@ void StopWatchingSignals() {
 
 int Host::Run() {
   const HostOptions& options = impl_->options;
-  std::string source;
-  {
+  std::string source = options.code;
+  if (!options.evaluate) {
     std::string error;
     if (!ReadScriptSource(options.scriptPath, &source, &error)) {
       std::fprintf(stderr, "tarn-run: %s\n", error.c_str());
       return 2;
     }
   }
-  const std::string scriptName = options.scriptPath == "-" ? "[stdin]" : options.scriptPath;
+  const std::string scriptName = options.evaluate            ? "[eval]"
+                                 : options.scriptPath == "-" ? "[stdin]"
+                                                             : options.scriptPath;
   WatchSignals(&impl_->extensions);
 
   v8::V8::InitializeICUDefaultLocation(options.programPath.c_str());
@@ -201,8 +224,9 @@ int Host::Run() {
       v8::Local<v8::Context> context = v8::Context::New(isolate, nullptr, global);
       v8::Context::Scope contextScope(context);
       runtime->SetContext(context);
-      std::string directory =
-          options.scriptPath == "-" ? std::string(".") : Directory(options.scriptPath);
+      std::string directory = options.evaluate || options.scriptPath == "-"
+                                  ? std::string(".")
+                                  : Directory(options.scriptPath);
       ScriptApiConfig config{directory, options.scriptArgs};
       v8::Local<v8::Object> tarn = InstallScriptApi(runtime.get(), context, config);
       for (Extension* extension : impl_->extensions) extension->install(isolate, context, tarn);
@@ -210,8 +234,14 @@ int Host::Run() {
 
       {
         v8::TryCatch tryCatch(isolate);
-        if (!RunScriptSource(isolate, context, scriptName, source)) {
+        v8::Local<v8::Value> value;
+        if (!RunScriptSource(isolate, context, scriptName, source, &value)) {
           runtime->ReportUncaught(tryCatch);
+        } else if (options.print) {
+          PrintAsConsoleLog(isolate, context, value);
+          if (tryCatch.HasCaught() && !isolate->IsExecutionTerminating()) {
+            runtime->ReportUncaught(tryCatch);
+          }
         }
       }
       if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();

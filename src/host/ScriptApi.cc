@@ -430,6 +430,12 @@ bool ReadScriptSource(const std::string& path, std::string* source, std::string*
 
 bool RunScriptSource(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& name,
                      const std::string& content) {
+  v8::Local<v8::Value> result;
+  return RunScriptSource(isolate, context, name, content, &result);
+}
+
+bool RunScriptSource(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& name,
+                     const std::string& content, v8::Local<v8::Value>* result) {
   if (content.size() > static_cast<size_t>(v8::String::kMaxLength)) {
     isolate->ThrowException(v8::Exception::RangeError(Text(isolate, "script too long")));
     return false;
@@ -437,9 +443,8 @@ bool RunScriptSource(v8::Isolate* isolate, v8::Local<v8::Context> context, const
   v8::Local<v8::String> source = Text(isolate, content);
   v8::ScriptOrigin origin(isolate, Text(isolate, name));
   v8::Local<v8::Script> script;
-  v8::Local<v8::Value> result;
   return v8::Script::Compile(context, source, &origin).ToLocal(&script) &&
-         script->Run(context).ToLocal(&result);
+         script->Run(context).ToLocal(result);
 }
 
 bool RunScriptFile(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& path,

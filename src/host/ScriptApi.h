@@ -37,6 +37,9 @@ bool ReadScriptSource(const std::string& path, std::string* source, std::string*
 // false with the script exception pending.
 bool RunScriptSource(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& name,
                      const std::string& source);
+// As RunScriptSource, handing back the script's completion value.
+bool RunScriptSource(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::string& name,
+                     const std::string& content, v8::Local<v8::Value>* result);
 
 // Runs a script file in the global scope; false with the script exception
 // pending (or a message in *error when the file cannot be read).

@@ -63,6 +63,8 @@ int main(int argc, char* argv[]) {
   // Freed on every way out of main.
   g_auto(GStrv) bridges = nullptr;
   g_autofree gchar* logLevel = nullptr;
+  g_autofree gchar* evalCode = nullptr;
+  g_autofree gchar* printCode = nullptr;
   g_autofree gchar* tarnData = nullptr;
   g_autofree gchar* appData = nullptr;
   gboolean noBridges = FALSE;
@@ -80,6 +82,10 @@ int main(int argc, char* argv[]) {
        "Device path of the running app's data folder", "PATH"},
       {"app-data", 0, 0, G_OPTION_ARG_FILENAME, &appData,
        "Device path where the app writes its own files (default: its data folder)", "PATH"},
+      {"eval", 'e', 0, G_OPTION_ARG_STRING, &evalCode,
+       "Run CODE instead of a script file (arguments after it are tarn.args)", "CODE"},
+      {"print", 'p', 0, G_OPTION_ARG_STRING, &printCode,
+       "As --eval, then print the value of CODE as console.log does", "CODE"},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
@@ -127,17 +133,28 @@ int main(int argc, char* argv[]) {
     }
     tarn::util::Logger::setThreshold(level);
   }
-  // argv[0] is the program; the script comes next, possibly after "--".
-  int first = 1;
-  if (first < argc && std::strcmp(argv[first], "--") == 0) ++first;
-  if (first >= argc) {
-    std::fprintf(stderr, "tarn-run: no script given\nTry tarn-run --help.\n");
+  if (evalCode && printCode) {
+    std::fprintf(stderr, "tarn-run: -e and -p cannot be given together\n");
     return 2;
   }
-
   tarn::host::HostOptions hostOptions;
   hostOptions.programPath = argv[0];
-  hostOptions.scriptPath = argv[first];
+  // argv[0] is the program; the script comes next, possibly after "--".
+  // With -e or -p there is no script: everything after the options is
+  // tarn.args.
+  int first = 1;
+  if (first < argc && std::strcmp(argv[first], "--") == 0) ++first;
+  if (evalCode || printCode) {
+    hostOptions.evaluate = true;
+    hostOptions.print = printCode != nullptr;
+    hostOptions.code = evalCode ? evalCode : printCode;
+    --first;
+  } else if (first >= argc) {
+    std::fprintf(stderr, "tarn-run: no script given\nTry tarn-run --help.\n");
+    return 2;
+  } else {
+    hostOptions.scriptPath = argv[first];
+  }
   for (int i = first + 1; i < argc; ++i) hostOptions.scriptArgs.push_back(argv[i]);
   if (bridges) {
     for (gchar** path = bridges; *path; ++path) hostOptions.bridges.push_back(*path);

@@ -16,6 +16,12 @@ struct HostOptions {
   std::vector<std::string> bridges;  // bridge libraries, loaded in order
   std::string scriptPath;
   std::vector<std::string> scriptArgs;
+  // With `evaluate`, `code` is run instead of a script file (named "[eval]",
+  // relative paths taken from the working folder); with `print` as well, its
+  // value is then printed as console.log prints it.
+  bool evaluate = false;
+  bool print = false;
+  std::string code;
   std::string programPath;  // argv[0], to find ICU data
 };
 
