@@ -8,10 +8,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 #include "AppConfig.h"
 #include "EngineServices.h"
@@ -88,6 +90,90 @@ void StopScript(v8::Isolate* isolate) {
       script->Run(context).ToLocal(&ignored)) {
     return;  // only when termination was already handled
   }
+}
+
+// --- queueMicrotask and structuredClone -------------------------------
+
+std::string TypeName(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  if (value->IsUndefined()) return "undefined";
+  if (value->IsNull()) return "null";
+  return "type " + Utf8(isolate, value->TypeOf(isolate));
+}
+
+// Runs one queued callback; what it throws is an uncaught error of the
+// script, as a throwing timer callback is.
+void RunQueuedMicrotask(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::TryCatch tryCatch(isolate);
+  v8::Local<v8::Value> ignored;
+  if (!info.Data()
+           .As<v8::Function>()
+           ->Call(context, v8::Undefined(isolate), 0, nullptr)
+           .ToLocal(&ignored) &&
+      tryCatch.HasCaught() && !tryCatch.HasTerminated()) {
+    State().runtime->ReportUncaught(tryCatch);
+    StopScript(isolate);
+  }
+}
+
+void QueueMicrotask(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Value> callback = info[0];
+  if (!callback->IsFunction()) {
+    isolate->ThrowException(v8::Exception::TypeError(
+        Text(isolate, "The \"callback\" argument must be of type function. Received " +
+                          TypeName(isolate, callback))));
+    return;
+  }
+  v8::Local<v8::Function> run;
+  if (!v8::Function::New(isolate->GetCurrentContext(), RunQueuedMicrotask, callback)
+           .ToLocal(&run)) {
+    return;
+  }
+  isolate->EnqueueMicrotask(run);
+}
+
+// The engine's own serializer does the copy, so what can be cloned (and the
+// error for what cannot) is the engine's; that error is named
+// DataCloneError, as on the web.
+void StructuredClone(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  if (info.Length() < 1) {
+    isolate->ThrowException(
+        v8::Exception::TypeError(Text(isolate, "The \"value\" argument must be specified")));
+    return;
+  }
+  v8::ValueSerializer serializer(isolate);
+  serializer.WriteHeader();
+  bool written = false;
+  {
+    v8::TryCatch tryCatch(isolate);
+    if (!serializer.WriteValue(context, info[0]).To(&written) || !written) {
+      if (tryCatch.HasCaught() && !tryCatch.HasTerminated()) {
+        v8::Local<v8::Value> error = tryCatch.Exception();
+        if (error->IsNativeError() &&
+            error.As<v8::Object>()
+                ->Set(context, Text(isolate, "name"), Text(isolate, "DataCloneError"))
+                .IsNothing()) {
+          return;
+        }
+        tryCatch.ReThrow();
+      }
+      return;
+    }
+  }
+  const std::pair<uint8_t*, size_t> data = serializer.Release();
+  std::unique_ptr<uint8_t, void (*)(void*)> owned(data.first, std::free);
+  v8::ValueDeserializer deserializer(isolate, data.first, data.second);
+  bool header = false;
+  v8::Local<v8::Value> copy;
+  if (!deserializer.ReadHeader(context).To(&header) || !header ||
+      !deserializer.ReadValue(context).ToLocal(&copy)) {
+    return;
+  }
+  info.GetReturnValue().Set(copy);
 }
 
 // --- console -----------------------------------------------------------
@@ -471,6 +557,8 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
   SetFunction(context, global, "setInterval", SetInterval);
   SetFunction(context, global, "clearTimeout", ClearTimer);
   SetFunction(context, global, "clearInterval", ClearTimer);
+  SetFunction(context, global, "queueMicrotask", QueueMicrotask);
+  SetFunction(context, global, "structuredClone", StructuredClone);
 
   v8::Local<v8::Object> tarn = NewNamespace(context, global, "tarn");
   v8::Local<v8::Array> args = v8::Array::New(isolate);
