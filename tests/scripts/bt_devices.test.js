@@ -7,17 +7,7 @@ const q = new QDUtil();
 const bridgeLines = (records) =>
   records.filter((r) => r.logger === 'tarn.qdutil.bridge').map((r) => [r.level, r.text]);
 
-function logged(fn) {
-  tarn.log.capture();
-  let result;
-  try {
-    result = fn();
-  } finally {
-    var records = tarn.log.take();
-    tarn.log.stop();
-  }
-  return [result, bridgeLines(records), records];
-}
+const logged = check.logged;
 
 // Resolves once cond() holds, or rejects after `ms`.
 function waitFor(cond, ms, what) {

@@ -5,19 +5,7 @@ tarn.load('lib/check.js');
 
 const q = new QDUtil();
 
-// Runs fn with the log captured; answers [result, bridge lines as [level, text]].
-function logged(fn) {
-  tarn.log.capture();
-  let result;
-  try {
-    result = fn();
-  } finally {
-    var records = tarn.log.take();
-    tarn.log.stop();
-  }
-  return [result,
-          records.filter((r) => r.logger === 'tarn.qdutil.bridge').map((r) => [r.level, r.text])];
-}
+const logged = check.logged;
 
 // --- getSourceInfo ---------------------------------------------------------
 {

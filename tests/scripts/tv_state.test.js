@@ -5,18 +5,7 @@ tarn.load('lib/check.js');
 
 const q = new QDUtil();
 
-function logged(fn) {
-  tarn.log.capture();
-  let result;
-  try {
-    result = fn();
-  } finally {
-    var records = tarn.log.take();
-    tarn.log.stop();
-  }
-  return [result,
-          records.filter((r) => r.logger === 'tarn.qdutil.bridge').map((r) => [r.level, r.text])];
-}
+const logged = check.logged;
 
 // jsoncpp's styled text of one activity: keys sorted, three-space indent.
 function styled(source, mode, name) {

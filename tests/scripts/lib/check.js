@@ -54,6 +54,22 @@ var check = (function () {
                       'expected message ' + show(message) + ', got ' + show(e.message));
       }
     },
+    // Runs fn with the log captured; answers [result, the bridge's lines as
+    // [level, text], every record]. The capture stops even when fn throws.
+    logged(fn) {
+      tarn.log.capture();
+      let result;
+      let records;
+      try {
+        result = fn();
+      } finally {
+        records = tarn.log.take();
+        tarn.log.stop();
+      }
+      return [result,
+              records.filter((r) => r.logger === 'tarn.qdutil.bridge').map((r) => [r.level, r.text]),
+              records];
+    },
     // The captured log records whose text is exactly `text`.
     linesWithText(records, text) {
       return records.filter((r) => r.text === text);
