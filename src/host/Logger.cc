@@ -30,10 +30,12 @@ std::vector<host::LogCapture*>& Captures() {
   return captures;
 }
 
-// From TARN_LOG_LEVEL: a number 0..4 or a level name.
+// From TARN_LOG_LEVEL: a number 0..4 or a level name. Warnings and errors
+// only by default, so a script's own output is not buried under the bridges'
+// start-up lines.
 int ThresholdFromEnvironment() {
   const char* text = std::getenv("TARN_LOG_LEVEL");
-  if (!text || !*text) return LOG_INFO;
+  if (!text || !*text) return LOG_WARN;
   static const char* const names[] = {"error", "warn", "info", "debug", "trace"};
   for (int i = 0; i <= LOG_TRACE; ++i) {
     if (strcasecmp(text, names[i]) == 0) return i;
@@ -41,7 +43,7 @@ int ThresholdFromEnvironment() {
   char* end = nullptr;
   long value = std::strtol(text, &end, 10);
   if (*end == '\0' && value >= 0 && value <= LOG_TRACE) return static_cast<int>(value);
-  return LOG_INFO;
+  return LOG_WARN;
 }
 
 int& Threshold() {

@@ -72,6 +72,28 @@ sigint | sigterm | sighup | sigabrt)
   grep -q '"operation":"initialize"' "$work/journal.jsonl" ||
     fail "the journal is not written: $(cat "$work/journal.jsonl" 2>&1)"
   ;;
+log_default)
+  # Warnings and errors only unless asked: the bridge's start-up lines
+  # (info) appear with -l info or TARN_LOG_LEVEL=info, never by default;
+  # a capture records them whatever the threshold.
+  cat > "$work/s.js" <<'EOS'
+tarn.log.capture();
+new QDUtil().set3dMode(1);
+const lines = tarn.log.take();
+console.log(lines.some((l) => l.level === 2 && l.logger === 'tarn.qdutil.bridge') ? 'captured' : 'none');
+EOS
+  out=$(env -u TARN_LOG_LEVEL ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" "$work/s.js" 2> "$work/err") ||
+    fail "default: status $?"
+  [ "$out" = captured ] || fail "default: printed '$out'"
+  [ ! -s "$work/err" ] || fail "default: stderr: $(cat "$work/err")"
+  env -u TARN_LOG_LEVEL ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" -l info "$work/s.js" > /dev/null 2> "$work/err" ||
+    fail "-l info: status $?"
+  grep -q '^I .* tarn.qdutil.bridge .*\] constructor$' "$work/err" || fail "-l info: stderr: $(cat "$work/err")"
+  grep -q '\] context init ret:' "$work/err" || fail "-l info: no context init line"
+  TARN_LOG_LEVEL=info ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" "$work/s.js" > /dev/null 2> "$work/err" ||
+    fail "TARN_LOG_LEVEL=info: status $?"
+  grep -q '\] context fini ret:' "$work/err" || fail "TARN_LOG_LEVEL=info: stderr: $(cat "$work/err")"
+  ;;
 bad_log_env)
   # An unknown TARN_LOG_LEVEL is refused as an unknown -l is; -l wins over it.
   echo 'console.log("ran")' > "$work/s.js"

@@ -60,7 +60,7 @@ async function main() {
   }
   check.equal(firstWrong, -1, 'in the order sent');
   check.equal(received.filter((c) => c === STANDBY).length, 0, 'no other event');
-  check.ok(calls > 20000, 'the script called methods meanwhile (' + calls + ' calls)');
+  check.ok(calls >= 20000, 'the script called methods meanwhile (' + calls + ' calls)');
   tarn.off('interrupt', onInterrupt);
   check.done();
 }

@@ -76,7 +76,7 @@ int main(int argc, char* argv[]) {
       {"no-bridges", 0, 0, G_OPTION_ARG_NONE, &noBridges, "Load no bridge at all", nullptr},
       {"log-level", 'l', 0, G_OPTION_ARG_STRING, &logLevel,
        "Log threshold: error, warn, info, debug, trace or 0-4 (default: $TARN_LOG_LEVEL, else "
-       "info)",
+       "warn)",
        "LEVEL"},
       {"tarn-data", 0, 0, G_OPTION_ARG_FILENAME, &tarnData,
        "Device path of the running app's data folder", "PATH"},
