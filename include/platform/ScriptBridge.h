@@ -109,21 +109,39 @@ void rememberReceiver(v8::Isolate* isolate, v8::internal::Address object, const 
 void forgetReceivers(v8::Isolate* isolate);
 }  // namespace detail
 
+namespace detail {
+// The receiver's native object when the isolate's cache already vouches for
+// it, else null. Inline and free of engine calls.
+template <class T>
+V8_INLINE T* cachedReceiver(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  const auto* cache =
+      static_cast<const ReceiverCache*>(info.GetIsolate()->GetData(kReceiverCacheSlot));
+  if (!cache || cache->nativeClass != &NativeClassTag<T>::id) return nullptr;
+  v8::Local<v8::Object> receiver = info.This();
+  if (cache->object != *reinterpret_cast<const v8::internal::Address*>(*receiver)) return nullptr;
+  return static_cast<T*>(cache->native);
+}
+
+// The full check of a receiver the cache does not know, remembered when it
+// passes. Out of line: a loop calling one object's methods meets it once.
+template <class T>
+V8_NOINLINE T* checkReceiver(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Local<v8::Object> receiver = info.This();
+  T* native = extract<T>(receiver);
+  if (native) {
+    rememberReceiver(info.GetIsolate(), *reinterpret_cast<const v8::internal::Address*>(*receiver),
+                     &NativeClassTag<T>::id, native);
+  }
+  return native;
+}
+}  // namespace detail
+
 // extract() for the receiver of a method call, with the cache in front: a
 // script calling methods of one object in a loop pays the full check once.
 template <class T>
 V8_INLINE T* extractReceiver(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  v8::Local<v8::Object> receiver = info.This();
-  const auto object = *reinterpret_cast<const v8::internal::Address*>(*receiver);
-  const auto* cache =
-      static_cast<const detail::ReceiverCache*>(isolate->GetData(detail::kReceiverCacheSlot));
-  if (cache && cache->object == object && cache->nativeClass == &NativeClassTag<T>::id) {
-    return static_cast<T*>(cache->native);
-  }
-  T* native = extract<T>(receiver);
-  if (native) detail::rememberReceiver(isolate, object, &NativeClassTag<T>::id, native);
-  return native;
+  T* native = detail::cachedReceiver<T>(info);
+  return native ? native : detail::checkReceiver<T>(info);
 }
 
 template <class T>
@@ -134,18 +152,15 @@ using ScriptHandler = ScriptObject (*)(T*, const ScriptArray&);
 // and nothing is left behind on the error path.
 template <class T, ScriptHandler<T> Handler>
 void functionCallRouter(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
   V8Arguments<v8::Value> adapter(info);
   try {
     ScriptArray args(adapter);
     T* self = extractReceiver<T>(info);
     if (!self) throw TarnJsRuntimeException("Cannot call native method without object instance");
-    ScriptObject result = Handler(self, args);
-    v8::Local<v8::Value> value = result.getValue(isolate);
-    if (!value.IsEmpty()) info.GetReturnValue().Set(value);
+    Handler(self, args).answer(info.GetReturnValue(), info.GetIsolate());
   } catch (...) {
     // Unwinding through the engine is not possible.
-    detail::nativeEntryFailed(isolate, "method call", true);
+    detail::nativeEntryFailed(info.GetIsolate(), "method call", true);
   }
 }
 

@@ -14,8 +14,10 @@
 
 #include <v8.h>
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <string>
 
 namespace Bridge {
@@ -30,22 +32,27 @@ class ScriptObject {
  public:
   enum class Kind : std::uint8_t { Undefined, Null, Boolean, Number, String, Handle };
 
-  ScriptObject() : kind_(Kind::Undefined) {}
-  ScriptObject(bool value) : kind_(Kind::Boolean) { boolean_ = value; }
-  ScriptObject(int value) : kind_(Kind::Number) { number_ = value; }
-  ScriptObject(unsigned int value) : kind_(Kind::Number) { number_ = value; }
-  ScriptObject(double value) : kind_(Kind::Number) { number_ = value; }
+  // Primitives are two words and need no clean-up, so a handler's result
+  // costs next to nothing to build, answer and drop on every call.
+  ScriptObject() : kind_(Kind::Undefined), number_(0) {}
+  ScriptObject(bool value) : kind_(Kind::Boolean), boolean_(value) {}
+  ScriptObject(int value) : kind_(Kind::Number), number_(value) {}
+  ScriptObject(unsigned int value) : kind_(Kind::Number), number_(value) {}
+  ScriptObject(double value) : kind_(Kind::Number), number_(value) {}
   ScriptObject(const char* text);  // a null pointer gives the empty text
-  ScriptObject(const std::string& text) : kind_(Kind::String), text_(text) {}
+  ScriptObject(const std::string& text) : kind_(Kind::String) { new (&text_) std::string(text); }
   // Wraps an engine value; an empty handle gives undefined.
   explicit ScriptObject(v8::Local<v8::Value> value);
 
-  ScriptObject(const ScriptObject& other);
-  ScriptObject(ScriptObject&& other) noexcept;
+  ScriptObject(const ScriptObject& other) : kind_(Kind::Undefined), number_(0) { copyFrom(other); }
+  ScriptObject(ScriptObject&& other) noexcept : kind_(Kind::Undefined), number_(0) {
+    moveFrom(other);
+  }
   ScriptObject& operator=(const ScriptObject& other);
   ScriptObject& operator=(ScriptObject&& other) noexcept;
-  // Inline: a handler's result is built and dropped on every call.
-  virtual ~ScriptObject() = default;
+  ~ScriptObject() {
+    if (kind_ >= Kind::String) release();
+  }
 
   static ScriptObject Null();
   // A new, empty script object ({}), to fill with set().
@@ -91,15 +98,54 @@ class ScriptObject {
     }
   }
 
+  // Answers a call with this value; undefined leaves the call's default.
+  // Primitives are written straight into the return slot.
+  template <class R>
+  V8_INLINE void answer(v8::ReturnValue<R> slot, v8::Isolate* isolate) const {
+    switch (kind_) {
+      case Kind::Undefined:
+        return;
+      case Kind::Null:
+        slot.SetNull();
+        return;
+      case Kind::Boolean:
+        slot.Set(boolean_);
+        return;
+      case Kind::Number: {
+        // Small integers need no heap number; -0 must stay a double.
+        const auto small = static_cast<std::int32_t>(
+            number_ >= -2147483648.0 && number_ < 2147483648.0 ? number_ : 0);
+        if (static_cast<double>(small) == number_ && (small != 0 || !std::signbit(number_))) {
+          slot.Set(small);
+        } else {
+          slot.Set(number_);
+        }
+        return;
+      }
+      default:
+        slot.Set(heapValue(isolate));
+        return;
+    }
+  }
+
  protected:
   // Texts and handles.
   v8::Local<v8::Value> heapValue(v8::Isolate* isolate) const;
+  // Ends the text or handle member; kind_ is then undefined.
+  void release() noexcept;
+  // Assumes this holds no text or handle.
+  void copyFrom(const ScriptObject& other);
+  void moveFrom(ScriptObject& other) noexcept;
+  // Makes this hold an engine handle (releasing what it held).
+  void holdHandle(v8::Isolate* isolate, v8::Local<v8::Value> value);
 
   Kind kind_;
-  bool boolean_ = false;
-  double number_ = 0;
-  std::string text_;
-  v8::Global<v8::Value> handle_;
+  union {
+    bool boolean_;
+    double number_;
+    std::string text_;
+    v8::Global<v8::Value> handle_;
+  };
 };
 
 // Source of call arguments, read on demand.
@@ -129,7 +175,6 @@ class ScriptArray : public ScriptObject {
   explicit ScriptArray(const Arguments& args) : args_(&args) {}
   // Wraps a script array value.
   explicit ScriptArray(v8::Local<v8::Array> array);
-  ~ScriptArray() override = default;
 
   int Length() const;
   bool has(int index) const;
@@ -151,7 +196,6 @@ class ScriptFunction : public ScriptObject {
  public:
   ScriptFunction() : ScriptObject(Null()) {}
   ScriptFunction(const ScriptObject& value) : ScriptObject(value) {}
-  ~ScriptFunction() override = default;
 
   ScriptObject invoke(const ScriptArray& args) const;
 };

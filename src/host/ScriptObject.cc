@@ -76,9 +76,11 @@ std::string Utf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
 
 }  // namespace
 
-ScriptObject::ScriptObject(const char* text) : kind_(Kind::String), text_(text ? text : "") {}
+ScriptObject::ScriptObject(const char* text) : kind_(Kind::String) {
+  new (&text_) std::string(text ? text : "");
+}
 
-ScriptObject::ScriptObject(v8::Local<v8::Value> value) : kind_(Kind::Undefined) {
+ScriptObject::ScriptObject(v8::Local<v8::Value> value) : kind_(Kind::Undefined), number_(0) {
   if (value.IsEmpty() || value->IsUndefined()) return;
   if (value->IsNull()) {
     kind_ = Kind::Null;
@@ -89,46 +91,79 @@ ScriptObject::ScriptObject(v8::Local<v8::Value> value) : kind_(Kind::Undefined) 
     kind_ = Kind::Number;
     number_ = value.As<v8::Number>()->Value();
   } else if (value->IsString()) {
+    new (&text_) std::string(Utf8(CurrentIsolate(), value));
     kind_ = Kind::String;
-    text_ = Utf8(CurrentIsolate(), value);
   } else {
-    kind_ = Kind::Handle;
-    handle_.Reset(CurrentIsolate(), value);
+    holdHandle(CurrentIsolate(), value);
   }
 }
 
-ScriptObject::ScriptObject(const ScriptObject& other)
-    : kind_(other.kind_), boolean_(other.boolean_), number_(other.number_), text_(other.text_) {
-  if (!other.handle_.IsEmpty()) handle_.Reset(CurrentIsolate(), other.handle_);
+void ScriptObject::release() noexcept {
+  if (kind_ == Kind::String) {
+    text_.~basic_string();
+  } else if (kind_ == Kind::Handle) {
+    handle_.~Global();
+  }
+  kind_ = Kind::Undefined;
+  number_ = 0;
 }
 
-ScriptObject::ScriptObject(ScriptObject&& other) noexcept
-    : kind_(other.kind_),
-      boolean_(other.boolean_),
-      number_(other.number_),
-      text_(std::move(other.text_)),
-      handle_(std::move(other.handle_)) {}
+void ScriptObject::copyFrom(const ScriptObject& other) {
+  switch (other.kind_) {
+    case Kind::String:
+      new (&text_) std::string(other.text_);
+      break;
+    case Kind::Handle:
+      new (&handle_) v8::Global<v8::Value>(CurrentIsolate(), other.handle_);
+      break;
+    case Kind::Boolean:
+      boolean_ = other.boolean_;
+      break;
+    default:
+      number_ = other.number_;
+      break;
+  }
+  kind_ = other.kind_;
+}
+
+void ScriptObject::moveFrom(ScriptObject& other) noexcept {
+  switch (other.kind_) {
+    case Kind::String:
+      new (&text_) std::string(std::move(other.text_));
+      break;
+    case Kind::Handle:
+      new (&handle_) v8::Global<v8::Value>(std::move(other.handle_));
+      break;
+    case Kind::Boolean:
+      boolean_ = other.boolean_;
+      break;
+    default:
+      number_ = other.number_;
+      break;
+  }
+  kind_ = other.kind_;
+  other.release();
+}
+
+void ScriptObject::holdHandle(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  release();
+  new (&handle_) v8::Global<v8::Value>(isolate, value);
+  kind_ = Kind::Handle;
+}
 
 ScriptObject& ScriptObject::operator=(const ScriptObject& other) {
   if (this == &other) return *this;
-  kind_ = other.kind_;
-  number_ = other.number_;
-  boolean_ = other.boolean_;
-  text_ = other.text_;
-  if (other.handle_.IsEmpty()) {
-    handle_.Reset();
-  } else {
-    handle_.Reset(CurrentIsolate(), other.handle_);
-  }
+  // Copied first: `other` may live inside what this holds.
+  ScriptObject copy(other);
+  release();
+  moveFrom(copy);
   return *this;
 }
 
 ScriptObject& ScriptObject::operator=(ScriptObject&& other) noexcept {
-  kind_ = other.kind_;
-  number_ = other.number_;
-  boolean_ = other.boolean_;
-  text_ = std::move(other.text_);
-  handle_ = std::move(other.handle_);
+  if (this == &other) return *this;
+  release();
+  moveFrom(other);
   return *this;
 }
 
@@ -284,8 +319,7 @@ v8::Local<v8::Value> ScriptObject::heapValue(v8::Isolate* isolate) const {
 ScriptArray::ScriptArray() {
   v8::Isolate* isolate = CurrentIsolate();
   v8::HandleScope scope(isolate);
-  kind_ = Kind::Handle;
-  handle_.Reset(isolate, v8::Array::New(isolate));
+  holdHandle(isolate, v8::Array::New(isolate));
 }
 
 ScriptArray::ScriptArray(v8::Local<v8::Array> array) : ScriptObject(array) {}

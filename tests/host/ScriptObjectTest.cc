@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
+#include <vector>
 
 #include "ScriptObject.h"
 #include "V8TestEnvironment.h"
@@ -155,6 +157,93 @@ TEST_F(ScriptObjectTest, KeptValuesOutliveTheirHandleScope) {
   EXPECT_EQ(function.invoke(args).asNumber(), 42);
   EXPECT_TRUE(Bridge::ScriptFunction().invoke(args).isUndefined()) << "null is not called";
   EXPECT_TRUE(Bridge::ScriptFunction(ScriptObject(3)).invoke(args).isUndefined());
+}
+
+// Every kind survives copy, move and assignment into every other kind: the
+// value's storage is shared between kinds, so a text or handle left behind or
+// ended twice would show here (and under the sanitizers).
+TEST_F(ScriptObjectTest, CopiesMovesAndAssignmentsKeepEveryKind) {
+  v8::HandleScope scope(isolate());
+  v8::Local<v8::Context> context = v8::Context::New(isolate());
+  v8::Context::Scope contextScope(context);
+  const std::string longText(100, 'x');
+  std::vector<ScriptObject> values = {ScriptObject(),
+                                      ScriptObject::Null(),
+                                      ScriptObject(true),
+                                      ScriptObject(-2.5),
+                                      ScriptObject("short"),
+                                      ScriptObject(longText),
+                                      Value(context, "({ n: 9 })")};
+  auto same = [&](const ScriptObject& a, const ScriptObject& b) {
+    if (a.kind() != b.kind()) return false;
+    if (a.isObject()) {
+      v8::HandleScope inner(isolate());
+      return a.getValue(isolate())->StrictEquals(b.getValue(isolate()));
+    }
+    return a.asString() == b.asString();
+  };
+  for (const ScriptObject& from : values) {
+    ScriptObject copy(from);
+    EXPECT_TRUE(same(copy, from));
+    ScriptObject moved(std::move(copy));
+    EXPECT_TRUE(same(moved, from));
+    EXPECT_TRUE(copy.isUndefined()) << "a moved-from value is undefined";
+    for (const ScriptObject& into : values) {
+      ScriptObject target(into);
+      target = from;
+      EXPECT_TRUE(same(target, from));
+      ScriptObject source(from);
+      ScriptObject other(into);
+      other = std::move(source);
+      EXPECT_TRUE(same(other, from));
+    }
+    ScriptObject self(from);
+    const ScriptObject& alias = self;
+    self = alias;
+    EXPECT_TRUE(same(self, from)) << "self-assignment keeps the value";
+  }
+  EXPECT_EQ(values[5].asString(), longText);
+  EXPECT_EQ(values[6].get("n").asNumber(), 9);
+}
+
+// What a method call answers for each kind: numbers that fit a small integer
+// go in as one, everything else as the script value it stands for.
+void AnswerOf(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  const int which = static_cast<int>(info[0].As<v8::Number>()->Value());
+  const std::string longText(40, 'y');
+  const ScriptObject answers[] = {ScriptObject(),
+                                  ScriptObject::Null(),
+                                  ScriptObject(false),
+                                  ScriptObject(7),
+                                  ScriptObject(-0.0),
+                                  ScriptObject(2147483648.0),
+                                  ScriptObject(-2147483648.0),
+                                  ScriptObject(1.5),
+                                  ScriptObject(std::nan("")),
+                                  ScriptObject(longText),
+                                  ScriptObject(-1e300)};
+  answers[which].answer(info.GetReturnValue(), info.GetIsolate());
+}
+
+TEST_F(ScriptObjectTest, AnswersCarryEveryKind) {
+  v8::HandleScope scope(isolate());
+  v8::Local<v8::Context> context = v8::Context::New(isolate());
+  v8::Context::Scope contextScope(context);
+  v8::Local<v8::Function> answer = v8::Function::New(context, AnswerOf).ToLocalChecked();
+  ASSERT_TRUE(context->Global()
+                  ->Set(context, v8::String::NewFromUtf8Literal(isolate(), "answer"), answer)
+                  .FromJust());
+  const std::string longText(40, 'y');
+  const std::string expected[] = {"undefined",   "null", "false", "7",      "-0",     "2147483648",
+                                  "-2147483648", "1.5",  "NaN",   longText, "-1e+300"};
+  for (int i = 0; i < 11; ++i) {
+    const std::string source =
+        "(function(v){ return Object.is(v, -0) ? '-0' : String(v); })(answer(" + std::to_string(i) +
+        "))";
+    EXPECT_EQ(Text(Run(context, source, nullptr)), expected[i]) << i;
+  }
+  EXPECT_EQ(Text(Run(context, "typeof answer(9)", nullptr)), "string");
+  EXPECT_EQ(Text(Run(context, "typeof answer(3)", nullptr)), "number");
 }
 
 }  // namespace
