@@ -15,8 +15,7 @@ extern "C" {
 
 int bt_initialize(void) {
   Call call("bluetooth", "bt_initialize", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   core.state["bluetooth"]["initialized"] = true;
@@ -25,8 +24,7 @@ int bt_initialize(void) {
 
 int bt_deinitialize(void) {
   Call call("bluetooth", "bt_deinitialize", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& initialized = core.state["bluetooth"]["initialized"];
@@ -38,8 +36,7 @@ int bt_deinitialize(void) {
 int bt_adapter_foreach_bonded_device(bt_adapter_bonded_device_cb callback, void* user_data) {
   Call call("bluetooth", "bt_adapter_foreach_bonded_device",
             args(pointer(reinterpret_cast<const void*>(callback)), pointer(user_data)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!callback) return call.finish(static_cast<int>(BT_ERROR_INVALID_PARAMETER));
   std::vector<Json::Value> devices;
   {
@@ -81,8 +78,7 @@ namespace BtTvExtension {
 
 int GetRemoteVidPid(const char* address, unsigned short* vid, unsigned short* pid) {
   Call call("BtTvExtension", "GetRemoteVidPid", args(text(address), pointer(vid), pointer(pid)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!address || !vid || !pid) return call.finish(static_cast<int>(BTEXT_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -114,8 +110,7 @@ int GetRemoteVidPid(const char* address, unsigned short* vid, unsigned short* pi
 
 int SendHidDeviceCommand(const char* address, int reserved, int command) {
   Call call("BtTvExtension", "SendHidDeviceCommand", args(text(address), reserved, command));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (reserved != 0 || command < HID_COMMAND_SET_ON || command > HID_COMMAND_START_OFF) {
     return call.finish(static_cast<int>(BTEXT_ERROR_INVALID_PARAMETER));
   }

@@ -202,8 +202,7 @@ Json::Value describe(const CaptureRequest* r) {
 
 int RequestCaptureToFileSync(CaptureRequest* request) {
   Call call("DisplayCaptureClient", "RequestCaptureToFileSync", describe(request));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!request) return call.finish(static_cast<int>(CAPTURE_ERROR_INVALID_PARAMETER));
   const CaptureRequest& r = *request;
   if (r.capture_mode < CAPTURE_MODE_SCREEN || r.capture_mode > CAPTURE_MODE_ENCODER_INPUT ||

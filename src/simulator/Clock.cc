@@ -71,8 +71,7 @@ extern "C" {
 
 int __wrap_gettimeofday(struct timeval* tv, void* tz) {
   Call call("libc", "gettimeofday", args(pointer(tv), pointer(tz)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   const ClockView v = view("gettimeofday");
   if (v.failing) {
     errno = EFAULT;
@@ -161,8 +160,7 @@ time_t __wrap_mktime(struct tm* tm) {
 
 int __wrap_clock_gettime(clockid_t clock, struct timespec* ts) {
   Call call("libc", "clock_gettime", args(static_cast<int>(clock), pointer(ts)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   const ClockView v = view("clock_gettime");
   if (v.failing) {
     errno = EINVAL;
@@ -206,8 +204,7 @@ int __wrap_prctl(int option, ...) {
     for (unsigned long a : {a2, a3, a4, a5}) arguments.append(Json::UInt64(a));
   }
   Call call("libc", "prctl", arguments);
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (option == kTraceMarker) return call.finish(0);
   return call.finish(prctl(option, a2, a3, a4, a5));
 }

@@ -342,6 +342,12 @@ bool Call::forced(Json::Value* value) {
   return true;
 }
 
+std::optional<int> Call::forcedInt() {
+  Json::Value value;
+  if (!forced(&value)) return std::nullopt;
+  return finish(value.asInt());
+}
+
 void Call::finishWith(const Json::Value& result) {
   finished_ = true;
   entry_.result = result;

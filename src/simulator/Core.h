@@ -13,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -128,6 +129,9 @@ class Call {
   // True when a result was forced for this operation; it is then stored in
   // *value and the call must do nothing else.
   bool forced(Json::Value* value);
+  // The common case: an operation answering an int status. Holds the forced
+  // status, already journaled as the result, or nothing.
+  std::optional<int> forcedInt();
 
   int finish(int result);
   bool finish(bool result);

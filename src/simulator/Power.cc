@@ -18,8 +18,7 @@ Json::Value& power(Core& core) { return core.state["power"]; }
 
 int setState(const char* operation, int state, int flag) {
   Call call("TvPowerClient", operation, args(state, flag));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (state < POWER_STATE_NORMAL || state > POWER_STATE_STANDBY || (flag != 0 && flag != 1)) {
     return call.finish(static_cast<int>(POWER_ERROR_INVALID_PARAMETER));
   }
@@ -34,8 +33,7 @@ int setState(const char* operation, int state, int flag) {
 int subscribe(const char* operation, PowerEvent event, PowerCallback callback, void* userData) {
   Call call("TvPowerClient", operation,
             args(pointer(reinterpret_cast<const void*>(callback)), pointer(userData)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!callback) return call.finish(static_cast<int>(POWER_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -45,8 +43,7 @@ int subscribe(const char* operation, PowerEvent event, PowerCallback callback, v
 
 int unsubscribe(const char* operation, PowerEvent event, PowerCallback callback) {
   Call call("TvPowerClient", operation, args(pointer(reinterpret_cast<const void*>(callback))));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   auto& subs = core.subscriptions;
@@ -62,8 +59,7 @@ int unsubscribe(const char* operation, PowerEvent event, PowerCallback callback)
 
 int requestPowerOff(int flags) {
   Call call("TvPowerClient", "requestPowerOff", args(flags));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (flags < 0) return call.finish(static_cast<int>(POWER_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -83,8 +79,7 @@ int setPowerState(int state, int flag) { return setState("setPowerState", state,
 
 int getPowerState() {
   Call call("TvPowerClient", "getPowerState", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   return call.finish(power(core)["state"].asInt());
@@ -92,8 +87,7 @@ int getPowerState() {
 
 int setScreenState(int on) {
   Call call("TvPowerClient", "setScreenState", args(on));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (on != 0 && on != 1) return call.finish(static_cast<int>(POWER_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -106,8 +100,7 @@ int setScreenState(int on) {
 
 int getWakeupReason() {
   Call call("TvPowerClient", "getWakeupReason", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   return call.finish(power(core)["wakeupReason"].asInt());
@@ -144,8 +137,7 @@ namespace PanelMcuClient {
 
 int getPrePower(int* state) {
   Call call("PanelMcuClient", "getPrePower", args(pointer(state)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!state) return call.finish(static_cast<int>(MCU_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -155,8 +147,7 @@ int getPrePower(int* state) {
 
 int setPrePower(int on) {
   Call call("PanelMcuClient", "setPrePower", args(on));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (on != 0 && on != 1) return call.finish(static_cast<int>(MCU_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -167,8 +158,7 @@ int setPrePower(int on) {
 int controlPowerKeyPressCount(unsigned char command, int* count) {
   Call call("PanelMcuClient", "controlPowerKeyPressCount",
             args(static_cast<int>(command), pointer(count)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& presses = core.state["power"]["powerKeyPressCount"];
@@ -185,8 +175,7 @@ int controlPowerKeyPressCount(unsigned char command, int* count) {
 
 int getBootingTime(BootingTime* info) {
   Call call("PanelMcuClient", "getBootingTime", args(pointer(info)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!info) return call.finish(static_cast<int>(MCU_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -200,8 +189,7 @@ namespace AvOutputClient {
 
 int setWelcomeMode(int value) {
   Call call("AvOutputClient", "setWelcomeMode", args(value));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (value < 0) return call.finish(static_cast<int>(AVOUT_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);

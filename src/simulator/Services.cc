@@ -39,8 +39,7 @@ const Json::Value* findApp(const Json::Value& state, int pid, const char* appId)
 
 int copyAppText(const char* operation, const char* key, int pid, char* buffer, int len) {
   Call call("aul", operation, args(pid, pointer(buffer), len));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!buffer || len <= 0) return call.finish(AUL_R_EINVAL);
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -56,8 +55,7 @@ extern "C" {
 
 int vconf_get_int(const char* key, int* value) {
   Call call("vconf", "vconf_get_int", args(text(key), pointer(value)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!key || !value) return call.finish(VCONF_ERROR);
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -92,8 +90,7 @@ int aul_app_get_pkgname_bypid(int pid, char* pkgname, int len) {
 
 int aul_app_get_pid(const char* appid) {
   Call call("aul", "aul_app_get_pid", args(text(appid)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!appid || !*appid) return call.finish(AUL_R_EINVAL);
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -105,8 +102,7 @@ int aul_app_get_pid(const char* appid) {
 
 int aul_app_get_status_bypid(int pid) {
   Call call("aul", "aul_app_get_status_bypid", args(pid));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   const Json::Value* app = findApp(core.state, pid, nullptr);
@@ -115,8 +111,7 @@ int aul_app_get_status_bypid(int pid) {
 
 int aul_app_is_running(const char* appid) {
   Call call("aul", "aul_app_is_running", args(text(appid)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!appid || !*appid) return call.finish(0);
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -125,8 +120,7 @@ int aul_app_is_running(const char* appid) {
 
 int rua_init(void) {
   Call call("rua", "rua_init", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& sessions = core.state["rua"]["sessions"];
@@ -136,8 +130,7 @@ int rua_init(void) {
 
 int rua_fini(void) {
   Call call("rua", "rua_fini", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& sessions = core.state["rua"]["sessions"];
@@ -148,8 +141,7 @@ int rua_fini(void) {
 
 int rua_clear_history(void) {
   Call call("rua", "rua_clear_history", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& rua = core.state["rua"];
@@ -160,8 +152,7 @@ int rua_clear_history(void) {
 
 int rua_delete_history_with_pkgname(const char* pkg_name) {
   Call call("rua", "rua_delete_history_with_pkgname", args(text(pkg_name)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!pkg_name || !*pkg_name) return call.finish(-1);
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -193,8 +184,7 @@ int __dlog_print(int prio, const char* tag, const char* fmt, ...) {
   }
   Call call("dlog", "__dlog_print",
             args(prio, text(tag), fmt ? Json::Value(message) : Json::Value()));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!fmt || prio < DLOG_DEFAULT || prio >= DLOG_SILENT) {
     return call.finish(DLOG_ERROR_INVALID_PARAMETER);
   }
@@ -206,8 +196,7 @@ int __dlog_print(int prio, const char* tag, const char* fmt, ...) {
 
 int feedback_initialize(void) {
   Call call("feedback", "feedback_initialize", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   core.state["feedback"]["initialized"] = true;
@@ -216,8 +205,7 @@ int feedback_initialize(void) {
 
 int feedback_deinitialize(void) {
   Call call("feedback", "feedback_deinitialize", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& initialized = core.state["feedback"]["initialized"];
@@ -228,8 +216,7 @@ int feedback_deinitialize(void) {
 
 int feedback_play(int pattern) {
   Call call("feedback", "feedback_play", args(pattern));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& feedback = core.state["feedback"];
@@ -252,8 +239,7 @@ int feedback_play(int pattern) {
 
 int system_info_get_value_int(int key, int* value) {
   Call call("system_info", "system_info_get_value_int", args(key, pointer(value)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!value) return call.finish(static_cast<int>(SYSTEM_INFO_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -266,8 +252,7 @@ int system_info_get_value_int(int key, int* value) {
 
 int system_info_get_value_bool(int key, bool* value) {
   Call call("system_info", "system_info_get_value_bool", args(key, pointer(value)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!value) return call.finish(static_cast<int>(SYSTEM_INFO_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -279,8 +264,7 @@ int system_info_get_value_bool(int key, bool* value) {
 
 int qd_settimeofday(int64_t seconds, int arg1, int arg2) {
   Call call("libc", "qd_settimeofday", args(Json::Int64(seconds), arg1, arg2));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (seconds < 0) {
     errno = EINVAL;
     return call.finish(-1);

@@ -31,8 +31,7 @@ class SimAvControl : public AvControl {
  private:
   int mute(const char* operation, const char* key, bool on) {
     Call call("TvServiceGateway", operation, args(profile_, index_, on));
-    Json::Value forced;
-    if (call.forced(&forced)) return call.finish(forced.asInt());
+    if (auto forced = call.forcedInt()) return *forced;
     Core& core = Core::instance();
     std::lock_guard<std::mutex> lock(core.mutex);
     // No AV path while the set is off.
@@ -52,8 +51,7 @@ class SimSourceControl : public SourceControl {
   int getCurrentSource(int* source) override {
     Call call("TvServiceGateway", "SourceControl.getCurrentSource",
               args(profile_, window_, pointer(source)));
-    Json::Value forced;
-    if (call.forced(&forced)) return call.finish(forced.asInt());
+    if (auto forced = call.forcedInt()) return *forced;
     if (!source) return call.finish(static_cast<int>(TVSG_ERROR_INVALID_PARAMETER));
     Core& core = Core::instance();
     std::lock_guard<std::mutex> lock(core.mutex);
@@ -69,8 +67,7 @@ class SimSourceControl : public SourceControl {
     for (int s : sources) list.append(s);
     Call call("TvServiceGateway", "SourceControl.getSourceStatus",
               args(profile_, window_, list, pointer(statuses)));
-    Json::Value forced;
-    if (call.forced(&forced)) return call.finish(forced.asInt());
+    if (auto forced = call.forcedInt()) return *forced;
     if (!statuses) return call.finish(static_cast<int>(TVSG_ERROR_INVALID_PARAMETER));
     Core& core = Core::instance();
     std::lock_guard<std::mutex> lock(core.mutex);
@@ -94,8 +91,7 @@ class SimServiceNavigation : public ServiceNavigation {
   int getTvMode(int* mode) override {
     Call call("TvServiceGateway", "ServiceNavigation.getTvMode",
               args(profile_, index_, pointer(mode)));
-    Json::Value forced;
-    if (call.forced(&forced)) return call.finish(forced.asInt());
+    if (auto forced = call.forcedInt()) return *forced;
     if (!mode) return call.finish(static_cast<int>(TVSG_ERROR_INVALID_PARAMETER));
     Core& core = Core::instance();
     std::lock_guard<std::mutex> lock(core.mutex);
@@ -109,8 +105,7 @@ class SimServiceNavigation : public ServiceNavigation {
     for (int a : attributes) list.append(a);
     Call call("TvServiceGateway", "ServiceNavigation.getCurrentServiceInfo",
               args(profile_, index_, tvMode, list, pointer(data)));
-    Json::Value forced;
-    if (call.forced(&forced)) return call.finish(forced.asInt());
+    if (auto forced = call.forcedInt()) return *forced;
     if (!data) return call.finish(static_cast<int>(TVSG_ERROR_INVALID_PARAMETER));
     data->attributes.clear();
     Core& core = Core::instance();
@@ -254,8 +249,7 @@ namespace AppContextClient {
 
 int initialize() {
   Call call("AppContextClient", "initialize", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& connections = core.state["appContext"]["connections"];
@@ -265,8 +259,7 @@ int initialize() {
 
 int finalize() {
   Call call("AppContextClient", "finalize", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& connections = core.state["appContext"]["connections"];
@@ -278,8 +271,7 @@ int finalize() {
 
 int queryTvContextState(unsigned int* state) {
   Call call("AppContextClient", "queryTvContextState", args(pointer(state)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!state) return call.finish(static_cast<int>(APPCONTEXT_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -292,8 +284,7 @@ int queryTvContextState(unsigned int* state) {
 
 int requestTask(const char* target, const char* action) {
   Call call("AppContextClient", "requestTask", args(text(target), text(action)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!target || !action) return call.finish(static_cast<int>(APPCONTEXT_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -318,8 +309,7 @@ namespace AppListControlClient {
 
 int initDbusConnection() {
   Call call("AppListControlClient", "initDbusConnection", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   core.state["appList"]["connected"] = true;
@@ -328,8 +318,7 @@ int initDbusConnection() {
 
 int finiDbusConnection() {
   Call call("AppListControlClient", "finiDbusConnection", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   Json::Value& connected = core.state["appList"]["connected"];
@@ -340,8 +329,7 @@ int finiDbusConnection() {
 
 int disableItem(const char* appName, const char* item) {
   Call call("AppListControlClient", "disableItem", args(text(appName), text(item)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!appName || !*appName || !item || !*item) {
     return call.finish(static_cast<int>(APPLIST_ERROR_INVALID_PARAMETER));
   }
@@ -364,8 +352,7 @@ int disableItem(const char* appName, const char* item) {
 
 int removeDisabledItemsByAppname(const char* appName) {
   Call call("AppListControlClient", "removeDisabledItemsByAppname", args(text(appName)));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!appName || !*appName) return call.finish(static_cast<int>(APPLIST_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -386,8 +373,7 @@ namespace ScreenSaverClient {
 
 int activate(const char* type, unsigned int a, unsigned int b, unsigned int c, unsigned int d) {
   Call call("ScreenSaverClient", "activate", args(text(type), a, b, c, d));
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   if (!type || !*type) return call.finish(static_cast<int>(SCREENSAVER_ERROR_INVALID_PARAMETER));
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
@@ -405,8 +391,7 @@ int activate(const char* type, unsigned int a, unsigned int b, unsigned int c, u
 
 int deactivate() {
   Call call("ScreenSaverClient", "deactivate", args());
-  Json::Value forced;
-  if (call.forced(&forced)) return call.finish(forced.asInt());
+  if (auto forced = call.forcedInt()) return *forced;
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.mutex);
   core.state["screenSaver"]["active"] = false;
