@@ -28,6 +28,9 @@ class ReaderBridge : public Bridge::ScriptInstanceBridge {
     context.captureMethodCall<ReaderBridge, &ReaderBridge::HandleFlag>("flag");
     context.captureMethodCall<ReaderBridge, &ReaderBridge::HandleText>("text");
     context.captureMethodCall<ReaderBridge, &ReaderBridge::HandlePresent>("present");
+    context.captureMethodCall<ReaderBridge, &ReaderBridge::HandleKeep>("keep");
+    context.captureMethodCall<ReaderBridge, &ReaderBridge::HandleCallKept>("callKept");
+    context.captureMethodCall<ReaderBridge, &ReaderBridge::HandleValue>("value");
   }
   void* constructFromScript(const ScriptArray&) override { return this; }
   void destroyFromScript(void*) override {}
@@ -53,7 +56,26 @@ class ReaderBridge : public Bridge::ScriptInstanceBridge {
     return Bridge::args::present(args, 1);
   }
 
+  // Keeps argument 0 as a callback; callKept calls it with 41.
+  static ScriptObject HandleKeep(ReaderBridge* self, const ScriptArray& args) {
+    ++self->calls;
+    self->kept = Bridge::args::function(args, 0);
+    return ScriptObject();
+  }
+  static ScriptObject HandleCallKept(ReaderBridge* self, const ScriptArray&) {
+    ScriptArray callArgs;
+    callArgs.set(0, 41);
+    return self->kept.invoke(callArgs);
+  }
+  // Argument 0 itself, or its member "x" when argument 1 is true.
+  static ScriptObject HandleValue(ReaderBridge* self, const ScriptArray& args) {
+    ++self->calls;
+    ScriptObject value = Bridge::args::value(args, 0);
+    return Bridge::args::flag(args, 1) ? value.get("x") : value;
+  }
+
   int calls = 0;
+  Bridge::ScriptFunction kept;
 };
 
 struct Row {
@@ -163,6 +185,16 @@ TEST_F(ArgsTest, PresenceCountsGivenArgumentsEvenUndefinedOnes) {
           {"r.present(1)", "false"},
           {"r.present(1, undefined)", "true"},
           {"r.present(1, 2, 3)", "true"}});
+}
+
+TEST_F(ArgsTest, ValuesAndCallbacksAreKeptAsGiven) {
+  Expect({{"r.value()", "undefined"},
+          {"typeof r.value({ x: 1 })", "object"},
+          {"r.value({ x: 'member' }, true)", "member"},
+          {"r.value(5, true)", "undefined"},
+          {"r.keep((n) => n + 1); r.callKept()", "42"},
+          {"r.keep(7); r.callKept()", "undefined"},
+          {"r.keep(); r.callKept()", "undefined"}});
 }
 
 // A conversion that runs script and throws stops the handler; the script

@@ -49,5 +49,14 @@ inline bool flag(const ScriptArray& args, int index) { return args.get(index).as
 // The script's ToString ("undefined" for a missing argument).
 inline std::string text(const ScriptArray& args, int index) { return args.get(index).asString(); }
 
+// The argument itself, to keep or to read members of (undefined when missing).
+inline ScriptObject value(const ScriptArray& args, int index) { return args.get(index); }
+
+// The argument kept as a callback, whatever it holds: calling a value that is
+// not a function does nothing.
+inline ScriptFunction function(const ScriptArray& args, int index) {
+  return args.get(index).asFunction();
+}
+
 }  // namespace args
 }  // namespace Bridge

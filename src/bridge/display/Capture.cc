@@ -90,7 +90,7 @@ ScriptObject QDUtilBridge::HandleDCRequestCaptureToFileSync(QDUtilBridge*,
   std::unique_ptr<char[]> fileName;
 
   if (args.Length() > 0) {
-    options = args.get(0);
+    options = args::value(args, 0);
     const struct {
       const char* key;
       std::unique_ptr<char[]>* copy;

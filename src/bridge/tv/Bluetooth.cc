@@ -76,7 +76,7 @@ ScriptObject QDUtilBridge::HandleDeInitializeBlueTooth(QDUtilBridge*, const Scri
 // value that cannot be called.
 ScriptObject QDUtilBridge::HandleGetBlueToothDevice(QDUtilBridge* self, const ScriptArray& args) {
   QD_LOG(logger_, kLogDetail, "HandleGetBlueToothDevice");
-  self->btDeviceCallback = args.get(0).asFunction();
+  self->btDeviceCallback = args::function(args, 0);
   const int result = bt_adapter_foreach_bonded_device(__bt_adapter_bonded_device_cb, self);
   QD_LOG(logger_, kLogDetail, "[BT]HandleGetBlueToothDevice ret :" << result);
   return result;
