@@ -70,7 +70,8 @@ TEST_F(StateTest, TruncatedFileIsAnError) {
 TEST_F(StateTest, UnknownMemberIsReportedWithItsPlace) {
   const std::string error = load("{\n  \"power\": {\n    \"stat\": 2\n  }\n}\n");
   EXPECT_EQ(path +
-                ":3:13: power.stat: unknown member \"stat\" (did you mean \"state\"?) (known here: state, wakeupReason, "
+                ":3:13: power.stat: unknown member \"stat\" (did you mean \"state\"?) (known here: "
+                "state, wakeupReason, "
                 "screenOn, prePower, powerKeyPressCount, bootingTime)",
             error);
 }
@@ -199,9 +200,16 @@ TEST_F(StateTest, UnknownEventsAndBadArgumentsAreRefused) {
   std::string error;
   EXPECT_FALSE(tvsim::Simulator::fire("earthquake", Json::Value(), &error));
   EXPECT_NE(std::string::npos, error.find("unknown event")) << error;
+  EXPECT_EQ(error,
+            "fire earthquake: unknown event (known: wakeup, powerOff, powerState, powerKey, "
+            "btConnection, btBonded, sourceStatus)");
   EXPECT_FALSE(tvsim::Simulator::fire("powerState", Json::Value(9), &error));
+  EXPECT_EQ(error, "fire powerState: expected a state from 0 to 3");
   EXPECT_FALSE(tvsim::Simulator::fire("sourceStatus", Json::Value(1), &error));
+  EXPECT_EQ(error,
+            "fire sourceStatus: expected a source and a status (integers, status 0 or more)");
   EXPECT_FALSE(tvsim::Simulator::fire("btConnection", Json::Value("00:00"), &error));
+  EXPECT_EQ(error, "fire btConnection: expected an address and true or false");
 }
 
 }  // namespace
@@ -213,6 +221,7 @@ TEST_F(StateTest, IntegersOutsideWhatThePlatformReadsAreRefused) {
   EXPECT_FALSE(tvsim::Simulator::set("power.wakeupReason", Json::Int64(1) << 40, &error));
   EXPECT_EQ("set: power.wakeupReason: expected an integer, found the number 1099511627776", error);
   EXPECT_FALSE(tvsim::Simulator::set("tv.channel.attributes.1", 3.5, &error));
+  EXPECT_EQ("set: tv.channel.attributes.1: expected an integer, found the number 3.5", error);
   ASSERT_TRUE(tvsim::Simulator::set("power.bootingTime", Json::UInt(4000000000u), &error)) << error;
   EXPECT_EQ(1, TvPowerClient::getWakeupReason());
 }
