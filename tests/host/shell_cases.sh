@@ -72,6 +72,27 @@ sigint | sigterm | sighup | sigabrt)
   grep -q '"operation":"initialize"' "$work/journal.jsonl" ||
     fail "the journal is not written: $(cat "$work/journal.jsonl" 2>&1)"
   ;;
+lazy_root)
+  # A script that never reaches a device path gets no temporary root; the
+  # first device path makes and fills it, and it is gone after the run.
+  mkdir "$work/t"
+  cat > "$work/s.js" <<'EOS'
+console.log('started');
+setTimeout(() => { console.log('root ' + tarn.sim.root()); }, 1500);
+setTimeout(() => {}, 3000);
+EOS
+  env -u TVSIM_ROOT TMPDIR="$work/t" ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" "$work/s.js" > "$work/out" 2> "$work/err" &
+  pid=$!
+  for _ in $(seq 1 100); do grep -q started "$work/out" 2>/dev/null && break; sleep 0.05; done
+  grep -q started "$work/out" || fail "did not start: $(cat "$work/err")"
+  [ -z "$(ls -A "$work/t")" ] || fail "a root was made before any use: $(ls -A "$work/t")"
+  for _ in $(seq 1 100); do grep -q '^root ' "$work/out" 2>/dev/null && break; sleep 0.05; done
+  root=$(sed -n 's/^root //p' "$work/out")
+  case "$root" in "$work/t/tvsim-"*) ;; *) fail "root '$root'" ;; esac
+  [ -d "$root/opt/usr/apps" ] || fail "the root was not filled: $(ls -R "$root" | head)"
+  wait "$pid" || fail "status $?: $(cat "$work/err")"
+  [ ! -e "$root" ] || fail "the root outlived the run"
+  ;;
 log_default)
   # Warnings and errors only unless asked: the bridge's start-up lines
   # (info) appear with -l info or TARN_LOG_LEVEL=info, never by default;

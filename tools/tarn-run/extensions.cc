@@ -29,14 +29,27 @@ bool simulatorRootUsable(std::string* error) {
     *error = std::string("TVSIM_ROOT ") + given + " is not a folder";
     return false;
   }
+  if (!given || !*given) {
+    // A fresh temporary root is made on first use, so a script that never
+    // touches a device file costs no file tree: here only the folder it will
+    // be made in is checked.
+    const char* tmp = std::getenv("TMPDIR");
+    const std::string parent = tmp && *tmp ? tmp : "/tmp";
+    if (stat(parent.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) ||
+        access(parent.c_str(), W_OK | X_OK) != 0) {
+      *error = std::string("the simulated TV has no root folder (TMPDIR ") +
+               (tmp ? std::string("\"") + tmp + "\"" : std::string("not set")) + ")";
+      return false;
+    }
+    return true;
+  }
   const std::string root = tvsim::Simulator::root();
   if (root.empty() || root == "/") {
-    const char* tmp = std::getenv("TMPDIR");
-    *error = std::string("the simulated TV has no root folder (TMPDIR ") +
-             (tmp ? std::string("\"") + tmp + "\"" : std::string("not set")) + ")";
+    *error = std::string("the simulated TV has no root folder (TVSIM_ROOT \"") + given + "\")";
     return false;
   }
-  // Written into before anything else touches it: a probe file.
+  // A root of the user's own is written into before anything else touches
+  // it: a probe file.
   std::string probe = root + "/.tarn-run-probe-XXXXXX";
   int fd = mkstemp(&probe[0]);
   if (fd < 0) {
