@@ -216,6 +216,13 @@ std::string FileUrl(const std::string& path) {
 // false with an Error thrown for a bare specifier or a URL of another kind.
 bool SpecifierPath(v8::Isolate* isolate, const std::string& directory, const std::string& specifier,
                    const Importer& importer, std::string* path) {
+  // The file system would read the name only up to the NUL.
+  if (specifier.find('\0') != std::string::npos) {
+    Throw(isolate, true,
+          "The module specifier imported from " + importer.Text() + " must not contain NUL",
+          "ERR_INVALID_MODULE_SPECIFIER");
+    return false;
+  }
   if (IsRelativeSpecifier(specifier) || (!specifier.empty() && specifier[0] == '/')) {
     *path = Absolute(directory, specifier);
     return true;

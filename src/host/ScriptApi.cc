@@ -366,6 +366,10 @@ void Load(const v8::FunctionCallbackInfo<v8::Value>& info) {
     }
   }
   std::string path = Utf8(isolate, info[0]);
+  if (path.find('\0') != std::string::npos) {
+    ThrowType(isolate, "tarn.load: the path must not contain NUL");
+    return;
+  }
   if (path.empty() || path[0] != '/') path = directory + "/" + path;
   std::string error;
   if (!RunScriptFile(isolate, isolate->GetCurrentContext(), path, &error) && !error.empty()) {
