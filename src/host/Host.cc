@@ -16,6 +16,7 @@
 #include <mutex>
 #include <thread>
 
+#include "Modules.h"
 #include "Runtime.h"
 #include "ScriptApi.h"
 #include "ScriptBridge.h"
@@ -200,6 +201,7 @@ int Host::Run() {
   v8::V8::InitializeExternalStartupData(options.programPath.c_str());
   std::unique_ptr<v8::Platform> platform = v8::platform::NewDefaultPlatform();
   v8::V8::InitializePlatform(platform.get());
+  EnableModuleSyntax();
   v8::V8::Initialize();
   v8::Isolate::CreateParams params;
   std::unique_ptr<v8::ArrayBuffer::Allocator> allocator(
@@ -208,6 +210,7 @@ int Host::Run() {
   v8::Isolate* isolate = v8::Isolate::New(params);
   isolate->SetMicrotasksPolicy(v8::MicrotasksPolicy::kExplicit);
   isolate->SetPromiseRejectCallback(&OnPromiseRejected);
+  InstallModuleHooks(isolate);
 
   auto runtime = std::make_shared<Runtime>(isolate, g_main_context_default());
   TarnProcessManager::Instance()->SetRuntime(runtime);
@@ -235,7 +238,9 @@ int Host::Run() {
       {
         v8::TryCatch tryCatch(isolate);
         v8::Local<v8::Value> value;
-        if (!RunScriptSource(isolate, context, scriptName, source, &value)) {
+        bool asModule = options.module || (!options.evaluate && IsModulePath(options.scriptPath));
+        if (!(asModule ? RunMainModule(isolate, context, scriptName, source)
+                       : RunScriptSource(isolate, context, scriptName, source, &value))) {
           runtime->ReportUncaught(tryCatch);
         } else if (options.print) {
           PrintAsConsoleLog(isolate, context, value);
@@ -248,6 +253,7 @@ int Host::Run() {
       runtime->AfterScriptWork();
       runtime->Run();
       if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
+      CheckMainModuleSettled(runtime.get());
 
       if (runtime->Exiting()) {
         status = runtime->ExitCode();
@@ -264,6 +270,7 @@ int Host::Run() {
       // discarded, queued idle calls settled (script calls refused), while
       // the bridges they may point into still exist.
       runtime->Close();
+      ShutdownModules();
       ShutdownScriptApi();
     }
     runtime->Close();

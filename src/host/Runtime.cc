@@ -227,6 +227,12 @@ void Runtime::ReportUncaught(v8::TryCatch& tryCatch) {
   RequestExit(1);
 }
 
+void Runtime::ReportUncaught(v8::Local<v8::Value> exception) {
+  if (Exiting()) return;
+  PrintException(isolate_, v8::Exception::CreateMessage(isolate_, exception), exception);
+  RequestExit(1);
+}
+
 void Runtime::NotePromiseRejection(v8::PromiseRejectMessage message) {
   v8::Local<v8::Promise> promise = message.GetPromise();
   if (message.GetEvent() == v8::kPromiseRejectWithNoHandler) {
@@ -276,11 +282,16 @@ std::string DescribeThrown(v8::Isolate* isolate, v8::Local<v8::Context> context,
 
 void PrintException(v8::Isolate* isolate, v8::TryCatch& tryCatch) {
   v8::HandleScope scope(isolate);
+  PrintException(isolate, tryCatch.Message(), tryCatch.Exception());
+}
+
+void PrintException(v8::Isolate* isolate, v8::Local<v8::Message> message,
+                    v8::Local<v8::Value> exception) {
+  v8::HandleScope scope(isolate);
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  v8::Local<v8::Message> message = tryCatch.Message();
-  v8::Local<v8::Value> exception = tryCatch.Exception();
   std::string text;
-  if (!message.IsEmpty()) {
+  // Thrown where no script runs (a module that cannot be loaded): no place.
+  if (!message.IsEmpty() && message->GetScriptResourceName()->IsString()) {
     std::string file = Utf8(isolate, message->GetScriptResourceName());
     int line = message->GetLineNumber(context).FromMaybe(0);
     text += file + ":" + std::to_string(line) + "\n";

@@ -88,6 +88,9 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
 
   // Reports an uncaught script error and ends the run with status 1.
   void ReportUncaught(v8::TryCatch& tryCatch);
+  // The same for an exception caught by other means (a rejected promise the
+  // host waits on); its place is the one the error recorded when made.
+  void ReportUncaught(v8::Local<v8::Value> exception);
 
   // Promises rejected with no handler are reported after the microtasks of
   // the current piece of work have run.
@@ -139,6 +142,8 @@ std::string DescribeThrown(v8::Isolate* isolate, v8::Local<v8::Context> context,
 
 // Prints an exception with its location, source line and stack on stderr.
 void PrintException(v8::Isolate* isolate, v8::TryCatch& tryCatch);
+void PrintException(v8::Isolate* isolate, v8::Local<v8::Message> message,
+                    v8::Local<v8::Value> exception);
 
 // Reports a caught exception as uncaught: through the runtime when there is
 // one (the run then ends with status 1), else just printed.

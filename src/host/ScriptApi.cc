@@ -17,6 +17,7 @@
 
 #include "AppConfig.h"
 #include "EngineServices.h"
+#include "Modules.h"
 #include "Runtime.h"
 #include "ScriptBridge.h"
 #include "tarn/host/LogCapture.h"
@@ -348,10 +349,31 @@ void Load(const v8::FunctionCallbackInfo<v8::Value>& info) {
     ThrowType(isolate, "tarn.load: the path must be a text");
     return;
   }
+  // A relative path starts from the folder of the file that calls, as
+  // require's does (code of eval or new Function counts as its caller's);
+  // without a calling script (a timer calling tarn.load itself), from the
+  // main script's folder.
+  std::string caller;
+  std::string directory = State().config.scriptDirectory;
+  v8::Local<v8::StackTrace> stack = v8::StackTrace::CurrentStackTrace(isolate, 16);
+  for (int i = 0; i < stack->GetFrameCount(); ++i) {
+    v8::Local<v8::String> name =
+        stack->GetFrame(isolate, static_cast<uint32_t>(i))->GetScriptName();
+    if (!name.IsEmpty() && name->Length() > 0) {
+      caller = Utf8(isolate, name);
+      directory = ScriptBaseDirectory(caller);
+      break;
+    }
+  }
   std::string path = Utf8(isolate, info[0]);
-  if (path.empty() || path[0] != '/') path = State().config.scriptDirectory + "/" + path;
+  if (path.find('\0') != std::string::npos) {
+    ThrowType(isolate, "tarn.load: the path must not contain NUL");
+    return;
+  }
+  if (path.empty() || path[0] != '/') path = directory + "/" + path;
   std::string error;
   if (!RunScriptFile(isolate, isolate->GetCurrentContext(), path, &error) && !error.empty()) {
+    if (!caller.empty()) error += " (tarn.load called from " + caller + ")";
     isolate->ThrowException(v8::Exception::Error(Text(isolate, error)));
   }
 }

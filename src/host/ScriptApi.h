@@ -13,7 +13,8 @@ namespace host {
 class Runtime;
 
 struct ScriptApiConfig {
-  std::string scriptDirectory;  // tarn.load resolves relative paths here
+  // tarn.load takes a relative path from here when no script calls it.
+  std::string scriptDirectory;
   std::vector<std::string> args;
 };
 

@@ -173,6 +173,87 @@ tvsim_root_file | tvsim_root_unwritable | tmpdir_file | no_tmpdir)
   [ ! -s "$work/out" ] || fail "the script ran"
   [ "$(cat "$work/file")" = keep ] || fail "the file was changed"
   ;;
+module_cwd)
+  # Code without a file imports relative to the current folder: import()
+  # from -e, a static import from --module -e and from a module on stdin.
+  cd "$scripts/modules" || fail "no modules folder"
+  out=$(timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges \
+    -e 'import("./dynamic/lib/value.mjs").then((ns) => console.log("dynamic", ns.value))') ||
+    fail "-e: status $?"
+  [ "$out" = "value.mjs evaluated
+dynamic 42" ] || fail "-e printed '$out'"
+  out=$(timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges --module \
+    -e 'import { twice } from "./globals/twice.mjs"; console.log("static", twice(2), import.meta.url.endsWith("/modules/[eval]"))') ||
+    fail "--module -e: status $?"
+  [ "$out" = "static 4 true" ] || fail "--module -e printed '$out'"
+  out=$(echo 'import { twice } from "./globals/twice.mjs"; console.log("stdin", twice(3), tarn.args.join())' |
+    timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges --module - x y) ||
+    fail "--module -: status $?"
+  [ "$out" = "stdin 6 x,y" ] || fail "--module - printed '$out'"
+  ;;
+module_chain)
+  # 1,000 modules in a ring (each imports the next, the last the first),
+  # entered from a main module that imports the first: each evaluated once.
+  mkdir "$work/ring"
+  i=0
+  while [ $i -lt 1000 ]; do
+    printf 'import "./m%d.mjs";\nglobalThis.evaluated = (globalThis.evaluated || 0) + 1;\n' \
+      $(( (i + 1) % 1000 )) > "$work/ring/m$i.mjs"
+    i=$((i + 1))
+  done
+  printf 'import "./ring/m0.mjs";\nimport "./ring/m500.mjs";\nconsole.log(globalThis.evaluated);\n' > "$work/main.mjs"
+  out=$(timeout 30 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/main.mjs" 2> "$work/err") ||
+    fail "status $?: $(cat "$work/err")"
+  [ "$out" = 1000 ] || fail "printed '$out': $(cat "$work/err")"
+  ;;
+module_oversize)
+  # An imported module one byte over the 64 MiB limit: an Error naming it
+  # and its importer, and the limit.
+  head -c 67108865 /dev/zero | tr '\0' ' ' > "$work/big.mjs"
+  printf '\nimport "./big.mjs";\n' > "$work/main.mjs"
+  timeout 30 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/main.mjs" > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 1 ] || fail "status $status: $(cat "$work/err")"
+  grep -q "^Uncaught Error: Cannot load module './big.mjs' ($work/big.mjs) imported from $work/main.mjs:2: cannot read script $work/big.mjs: larger than the limit of 67108864 bytes$" "$work/err" ||
+    fail "stderr: $(cat "$work/err")"
+  ;;
+module_bytes)
+  # Bytes that are not UTF-8: in a string they become U+FFFD, in code they
+  # are a syntax error naming the file and line.
+  printf 'export const text = "caf\351 \377";\n' > "$work/latin1.mjs"
+  printf 'import { text } from "./latin1.mjs";\nconsole.log(text.length, text.charCodeAt(3).toString(16));\n' > "$work/main.mjs"
+  out=$(timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/main.mjs" 2> "$work/err") ||
+    fail "status $?: $(cat "$work/err")"
+  [ "$out" = "6 fffd" ] || fail "printed '$out'"
+  printf '\nconst \377 = 1;\n' > "$work/code.mjs"
+  printf 'import "./code.mjs";\n' > "$work/main.mjs"
+  timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/main.mjs" > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 1 ] || fail "code: status $status"
+  head -1 "$work/err" | grep -qx "$work/code.mjs:2" || fail "code: stderr: $(cat "$work/err")"
+  grep -q "^Uncaught SyntaxError: Invalid or unexpected token$" "$work/err" || fail "code: stderr: $(cat "$work/err")"
+  ;;
+module_symlink)
+  # A module is known by its real path: through a linked folder it is the
+  # same module, evaluated once, and its import.meta names the real file.
+  mkdir "$work/real"
+  printf 'globalThis.n = (globalThis.n || 0) + 1;\nexport const file = import.meta.filename;\n' > "$work/real/once.mjs"
+  ln -s real "$work/link"
+  printf 'import { file } from "./link/once.mjs";\nimport * as a from "./real/once.mjs";\nconst b = await import("./link/../link/once.mjs");\nconsole.log(globalThis.n, a === b, file);\n' > "$work/main.mjs"
+  out=$(timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/main.mjs" 2> "$work/err") ||
+    fail "status $?: $(cat "$work/err")"
+  real=$(cd "$work/real" && pwd -P)
+  [ "$out" = "1 true $real/once.mjs" ] || fail "printed '$out'"
+  ;;
+module_deep_json)
+  # JSON nested 1,000,000 deep, imported as a module: parsed without
+  # recursion, no crash.
+  python3 -c 'import sys; n = 1000000; sys.stdout.write("[" * n + "1" + "]" * n)' > "$work/deep.json"
+  printf 'import d from "./deep.json" assert { type: "json" };\nlet n = 0;\nfor (let x = d; Array.isArray(x); x = x[0]) n++;\nconsole.log(n);\n' > "$work/main.mjs"
+  out=$(timeout 30 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "$work/main.mjs" 2> "$work/err") ||
+    fail "status $?: $(cat "$work/err")"
+  [ "$out" = 1000000 ] || fail "printed '$out'"
+  ;;
 *)
   fail "unknown case $case_name"
   ;;

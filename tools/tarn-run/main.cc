@@ -69,6 +69,7 @@ int main(int argc, char* argv[]) {
   g_autofree gchar* appData = nullptr;
   gboolean noBridges = FALSE;
   gboolean version = FALSE;
+  gboolean module = FALSE;
   GOptionEntry entries[] = {
       {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &bridges,
        "Bridge library to load (repeatable; default: $TARN_BRIDGES, else the built QDUtil bridge)",
@@ -86,6 +87,8 @@ int main(int argc, char* argv[]) {
        "Run CODE instead of a script file (arguments after it are tarn.args)", "CODE"},
       {"print", 'p', 0, G_OPTION_ARG_STRING, &printCode,
        "As --eval, then print the value of CODE as console.log does", "CODE"},
+      {"module", 0, 0, G_OPTION_ARG_NONE, &module,
+       "Run SCRIPT, -e CODE or standard input as an ES module (SCRIPT.mjs always is one)", nullptr},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
@@ -137,8 +140,13 @@ int main(int argc, char* argv[]) {
     std::fprintf(stderr, "tarn-run: -e and -p cannot be given together\n");
     return 2;
   }
+  if (module && printCode) {
+    std::fprintf(stderr, "tarn-run: -p cannot print the value of a module (--module); use -e\n");
+    return 2;
+  }
   tarn::host::HostOptions hostOptions;
   hostOptions.programPath = argv[0];
+  hostOptions.module = module;
   // argv[0] is the program; the script comes next, possibly after "--".
   // With -e or -p there is no script: everything after the options is
   // tarn.args.

@@ -21,6 +21,9 @@ struct HostOptions {
   // value is then printed as console.log prints it.
   bool evaluate = false;
   bool print = false;
+  // Runs the script (or `code`) as an ES module; a script file whose name
+  // ends in ".mjs" always is one.
+  bool module = false;
   std::string code;
   std::string programPath;  // argv[0], to find ICU data
 };

@@ -1,0 +1,2 @@
+console.log('value.mjs evaluated');
+export const value = 42;

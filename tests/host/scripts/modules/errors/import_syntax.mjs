@@ -1,0 +1,2 @@
+import { fine } from './lib/syntax.mjs';
+console.log(fine);

@@ -1,0 +1,1 @@
+export const present = 1;

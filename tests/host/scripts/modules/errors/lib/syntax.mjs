@@ -1,0 +1,3 @@
+export const fine = 1;
+
+export const broken = ;

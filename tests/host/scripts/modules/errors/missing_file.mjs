@@ -1,0 +1,2 @@
+import './lib/exports.mjs';
+import './lib/absent.mjs';

@@ -1,0 +1,1 @@
+import 'https://example.com/x.mjs';

@@ -1,0 +1,2 @@
+console.log('throwing');
+throw 42;

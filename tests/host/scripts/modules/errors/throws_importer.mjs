@@ -1,0 +1,2 @@
+import './lib/throws.mjs';
+console.log('not reached');

@@ -1,0 +1,1 @@
+export const twice = (n) => n * 2;

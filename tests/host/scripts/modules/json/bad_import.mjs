@@ -1,0 +1,2 @@
+import data from './bad.json' assert { type: 'json' };
+console.log(data);

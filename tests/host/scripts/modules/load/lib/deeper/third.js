@@ -1,0 +1,2 @@
+loadOrder.push('third');
+tarn.load('../second.js');

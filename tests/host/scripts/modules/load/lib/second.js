@@ -1,0 +1,1 @@
+loadOrder.push('second');

@@ -1,0 +1,2 @@
+await new Promise(() => {});
+console.log('never');

@@ -1,0 +1,3 @@
+console.log('waiting');
+await new Promise((resolve) => setTimeout(resolve, 10));
+throw new Error('rejected after await');
