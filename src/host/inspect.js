@@ -1906,7 +1906,6 @@
     }
 
     const map = { __proto__: null };
-    const mapKeys = [];
     let hasPrimitives = false;
     const valuesKeyArray = [];
     const indexKeyArray = ObjectKeys(tabularData);
@@ -1923,12 +1922,8 @@
         const keys = properties || (target === null ? [] : ObjectKeys(target));
         for (let k = 0; k < keys.length; k++) {
           const key = keys[k];
-          if (map[key] === undefined) {
-            map[key] = [];
-            ArrayPrototypePush(mapKeys, key);
-          }
-          const inner = target === null || typeof key === 'symbol' && false ? { present: false } :
-            cellOf(target, key);
+          if (map[key] === undefined) map[key] = [];
+          const inner = target === null ? { present: false } : cellOf(target, key);
           if ((primitive && properties) || !inner.present) {
             map[key][i] = '';
           } else {
@@ -1937,10 +1932,13 @@
         }
       }
     }
+    // Columns in the order of the map's own keys, as node lists them
+    // (integer-like names first).
+    const mapKeys = ObjectKeys(map);
     const head = ['(index)'];
     const columns = [indexKeyArray];
     for (let i = 0; i < mapKeys.length; i++) {
-      ArrayPrototypePush(head, `${mapKeys[i]}`);
+      ArrayPrototypePush(head, mapKeys[i]);
       ArrayPrototypePush(columns, map[mapKeys[i]]);
     }
     if (hasPrimitives) {

@@ -354,6 +354,9 @@ add('table of primitives and mixed rows', () => {
   console.table([1, 'a', { x: 1 }]);
   console.table(['apples', 'oranges']);
 });
+add('table columns in key order', () => {
+  console.table([{ b: 1 }, { 1: 2, a: 3 }]);
+});
 add('table of Map and Set', () => {
   console.table(new Map([[1, 'a'], ['k', { z: 1 }]]));
   console.table(new Set([1, 'two']));
