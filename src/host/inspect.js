@@ -66,6 +66,7 @@
   const ObjectPrototypePropertyIsEnumerable = uncurry(Object.prototype.propertyIsEnumerable);
   const ArrayIsArray = Array.isArray;
   const ArrayPrototypePush = uncurry(Array.prototype.push);
+  const ArrayPrototypePop = uncurry(Array.prototype.pop);
   const ArrayPrototypeSort = uncurry(Array.prototype.sort);
   const ArrayPrototypeJoin = uncurry(Array.prototype.join);
   const ArrayPrototypeIndexOf = uncurry(Array.prototype.indexOf);
@@ -86,6 +87,7 @@
   const StringPrototypeSplit = uncurry(String.prototype.split);
   const StringPrototypeReplace = uncurry(String.prototype.replace);
   const StringPrototypeNormalize = uncurry(String.prototype.normalize);
+  const StringPrototypeToLowerCase = uncurry(String.prototype.toLowerCase);
   const StringPrototypeValueOf = uncurry(String.prototype.valueOf);
   const NumberPrototypeValueOf = uncurry(Number.prototype.valueOf);
   const NumberPrototypeToString = uncurry(Number.prototype.toString);
@@ -151,6 +153,9 @@
     'Float32Array', 'Float64Array', 'BigInt64Array', 'BigUint64Array', 'WebAssembly',
   ]);
   const builtInHas = uncurry(Set.prototype.has);
+  const setAdd = uncurry(Set.prototype.add);
+  const SetCtor = Set;
+  const MapCtor = Map;
   const mapGet = uncurry(Map.prototype.get);
   const mapSet = uncurry(Map.prototype.set);
   const mapSize = getter(Map.prototype, 'size');
@@ -546,9 +551,9 @@
         }
       }
       if (depth === 0) {
-        keySet = new Set();
+        keySet = new SetCtor();
       } else {
-        for (let i = 0; i < keys.length; i++) keySet.add(keys[i]);
+        for (let i = 0; i < keys.length; i++) setAdd(keySet, keys[i]);
       }
       const target = unwrap(obj);
       keys = ObjectGetOwnPropertyNames(target);
@@ -558,7 +563,7 @@
       for (let i = 0; i < keys.length; i++) {
         const key = keys[i];
         if (key === 'constructor' || ObjectPrototypeHasOwnProperty(main, key) ||
-            (depth !== 0 && keySet.has(key))) {
+            (depth !== 0 && builtInHas(keySet, key))) {
           continue;
         }
         const desc = ObjectGetOwnPropertyDescriptor(target, key);
@@ -566,7 +571,7 @@
         ArrayPrototypePush(output, formatProperty(ctx, target, recurseTimes, key, kObjectType, desc,
                                                   main));
       }
-      ctx.seen.pop();
+      ArrayPrototypePop(ctx.seen);
     } while (++depth !== 3);
   }
 
@@ -659,7 +664,8 @@
           }
           if (!failed && ret !== context) {
             if (typeof ret !== 'string') return formatValue(ctx, ret, recurseTimes);
-            return StringPrototypeSplit(ret, '\n').join(`\n${StringPrototypeRepeat(' ', ctx.indentationLvl)}`);
+            return ArrayPrototypeJoin(StringPrototypeSplit(ret, '\n'),
+                                      `\n${StringPrototypeRepeat(' ', ctx.indentationLvl)}`);
           }
         }
       }
@@ -668,7 +674,7 @@
     if (ArrayPrototypeIncludes(ctx.seen, value)) {
       let index = 1;
       if (ctx.circular === undefined) {
-        ctx.circular = new Map();
+        ctx.circular = new MapCtor();
         mapSet(ctx.circular, value, index);
       } else {
         index = mapGet(ctx.circular, value);
@@ -857,7 +863,7 @@
     } catch (err) {
       if (!isStackOverflowError(err)) throw err;
       const constructorName = StringPrototypeSlice(getCtxStyle(value, constructor, tag), 0, -1);
-      ctx.seen.pop();
+      ArrayPrototypePop(ctx.seen);
       ctx.indentationLvl = indentationLvl;
       return ctx.stylize(`[${constructorName}: Inspection interrupted prematurely. ` +
                          'Maximum call stack size exceeded.]', 'special');
@@ -873,7 +879,7 @@
         }
       }
     }
-    ctx.seen.pop();
+    ArrayPrototypePop(ctx.seen);
 
     if (ctx.sorted) {
       const comparator = ctx.sorted === true ? undefined : ctx.sorted;
@@ -930,7 +936,7 @@
     base += `: ${formatPrimitive(stylizeNoColor, fn(value), ctx)}]`;
     if (tag !== '' && tag !== constructor) base += ` [${tag}]`;
     if (keys.length !== 0 || ctx.stylize === stylizeNoColor) return base;
-    return ctx.stylize(base, type.toLowerCase());
+    return ctx.stylize(base, StringPrototypeToLowerCase(type));
   }
 
   function getClassBase(value, constructor, tag) {
@@ -1107,7 +1113,7 @@
     }
     if (ctx.indentationLvl !== 0) {
       const indentation = StringPrototypeRepeat(' ', ctx.indentationLvl);
-      stack = StringPrototypeSplit(stack, '\n').join(`\n${indentation}`);
+      stack = ArrayPrototypeJoin(StringPrototypeSplit(stack, '\n'), `\n${indentation}`);
     }
     return stack;
   }
