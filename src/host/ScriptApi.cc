@@ -1,6 +1,7 @@
-// console, timers and the `tarn` object. Timers are GLib timeout sources on
-// the script thread's context; each pending timer and each event listener
-// holds the main loop open.
+// Timers, queueMicrotask, structuredClone and the `tarn` object (console is
+// Console.cc's). Timers are GLib timeout sources on the script thread's
+// context; each pending timer and each event listener holds the main loop
+// open.
 #include "ScriptApi.h"
 
 #include <fcntl.h>
