@@ -17,12 +17,14 @@
 #include <string>
 #include <vector>
 
-#include "InspectSource.h"
 #include "Runtime.h"
 #include "ScriptApi.h"
 
 namespace tarn {
 namespace host {
+
+// InspectSource.cc: the embedded text of inspect.js and its length.
+const unsigned char* InspectSourceText(std::size_t* length);
 
 namespace {
 
@@ -65,18 +67,21 @@ std::string Utf8(v8::Isolate* isolate, v8::Local<v8::String> text) {
 // The embedded source, handed to the engine without a copy.
 class EmbeddedSource : public v8::String::ExternalOneByteStringResource {
  public:
-  const char* data() const override {
-    return reinterpret_cast<const char*>(embedded::kInspectSource);
-  }
-  size_t length() const override { return embedded::kInspectSourceLength; }
+  EmbeddedSource() { text_ = InspectSourceText(&length_); }
+  const char* data() const override { return reinterpret_cast<const char*>(text_); }
+  size_t length() const override { return length_; }
   void Dispose() override {}  // static storage, never freed
+
+ private:
+  const unsigned char* text_;
+  size_t length_ = 0;
 };
 
 v8::MaybeLocal<v8::String> FormatterSource(v8::Isolate* isolate) {
   static EmbeddedSource source;
   static const bool ascii = [] {
-    for (size_t i = 0; i < embedded::kInspectSourceLength; ++i) {
-      if (embedded::kInspectSource[i] >= 0x80) return false;
+    for (size_t i = 0; i < source.length(); ++i) {
+      if (static_cast<unsigned char>(source.data()[i]) >= 0x80) return false;
     }
     return true;
   }();
