@@ -1,6 +1,7 @@
-// console, timers and the `tarn` object. Timers are GLib timeout sources on
-// the script thread's context; each pending timer and each event listener
-// holds the main loop open.
+// Timers, queueMicrotask, structuredClone and the `tarn` object (console is
+// Console.cc's). Timers are GLib timeout sources on the script thread's
+// context; each pending timer and each event listener holds the main loop
+// open.
 #include "ScriptApi.h"
 
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <utility>
 
 #include "AppConfig.h"
+#include "Console.h"
 #include "EngineServices.h"
 #include "Modules.h"
 #include "Runtime.h"
@@ -77,20 +79,6 @@ bool SetFunction(v8::Local<v8::Context> context, v8::Local<v8::Object> target, c
   if (!v8::Function::New(context, callback).ToLocal(&function)) return false;
   function->SetName(Text(isolate, name));
   return target->Set(context, Text(isolate, name), function).FromMaybe(false);
-}
-
-// Ends the script at once: no further statement runs. A termination
-// request is seen only when script code next checks for interrupts, so one
-// tiny script function is entered to reach that check now.
-void StopScript(v8::Isolate* isolate) {
-  isolate->TerminateExecution();
-  v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  v8::Local<v8::Script> script;
-  v8::Local<v8::Value> ignored;
-  if (v8::Script::Compile(context, Text(isolate, "(function () {})()")).ToLocal(&script) &&
-      script->Run(context).ToLocal(&ignored)) {
-    return;  // only when termination was already handled
-  }
 }
 
 // --- queueMicrotask and structuredClone -------------------------------
@@ -176,64 +164,6 @@ void StructuredClone(const v8::FunctionCallbackInfo<v8::Value>& info) {
   }
   info.GetReturnValue().Set(copy);
 }
-
-// --- console -----------------------------------------------------------
-
-// One argument as console shows it: texts as they are, errors with their
-// stack, plain data as JSON, anything else as its string form.
-bool Describe(v8::Local<v8::Context> context, v8::Local<v8::Value> value, std::string* out) {
-  v8::Isolate* isolate = context->GetIsolate();
-  if (value->IsString()) {
-    *out = Utf8(isolate, value);
-    return true;
-  }
-  if (value->IsNativeError()) {
-    v8::Local<v8::Value> stack;
-    if (value.As<v8::Object>()->Get(context, Text(isolate, "stack")).ToLocal(&stack) &&
-        stack->IsString()) {
-      *out = Utf8(isolate, stack);
-      return true;
-    }
-  }
-  if (value->IsObject() && !value->IsFunction()) {
-    v8::TryCatch tryCatch(isolate);
-    v8::Local<v8::String> json;
-    if (v8::JSON::Stringify(context, value).ToLocal(&json) && !json->IsUndefined()) {
-      *out = Utf8(isolate, json);
-      return true;
-    }
-  }
-  v8::Local<v8::String> detail;
-  if (!value->ToDetailString(context).ToLocal(&detail)) return false;
-  *out = Utf8(isolate, detail);
-  return true;
-}
-
-void Print(const v8::FunctionCallbackInfo<v8::Value>& info, FILE* stream) {
-  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
-  std::string line;
-  for (int i = 0; i < info.Length(); ++i) {
-    std::string part;
-    if (!Describe(context, info[i], &part)) return;
-    if (i) line += ' ';
-    line += part;
-  }
-  line += '\n';
-  if (std::fwrite(line.data(), 1, line.size(), stream) != line.size() || std::fflush(stream) != 0) {
-    // Output that cannot be written ends the run, as an error would.
-    int error = errno;
-    clearerr(stream);
-    std::fprintf(stderr, "tarn-run: cannot write to %s: %s\n",
-                 stream == stdout ? "standard output" : "standard error", std::strerror(error));
-    if (State().runtime && !State().runtime->Exiting()) {
-      State().runtime->RequestExit(1);
-      StopScript(info.GetIsolate());
-    }
-  }
-}
-
-void ConsoleLog(const v8::FunctionCallbackInfo<v8::Value>& info) { Print(info, stdout); }
-void ConsoleError(const v8::FunctionCallbackInfo<v8::Value>& info) { Print(info, stderr); }
 
 // --- timers ------------------------------------------------------------
 
@@ -495,6 +425,20 @@ v8::Local<v8::Object> NewNamespace(v8::Local<v8::Context> context, v8::Local<v8:
 
 }  // namespace
 
+// Ends the script at once: no further statement runs. A termination
+// request is seen only when script code next checks for interrupts, so one
+// tiny script function is entered to reach that check now.
+void StopScript(v8::Isolate* isolate) {
+  isolate->TerminateExecution();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::Script> script;
+  v8::Local<v8::Value> ignored;
+  if (v8::Script::Compile(context, Text(isolate, "(function () {})()")).ToLocal(&script) &&
+      script->Run(context).ToLocal(&ignored)) {
+    return;  // only when termination was already handled
+  }
+}
+
 bool ReadScriptSource(const std::string& path, std::string* source, std::string* error) {
   if (path.empty()) {
     *error = "cannot read script: the path is empty";
@@ -570,11 +514,7 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
   State().config = config;
   v8::Local<v8::Object> global = context->Global();
 
-  v8::Local<v8::Object> console = NewNamespace(context, global, "console");
-  SetFunction(context, console, "log", ConsoleLog);
-  SetFunction(context, console, "info", ConsoleLog);
-  SetFunction(context, console, "error", ConsoleError);
-  SetFunction(context, console, "warn", ConsoleError);
+  InstallConsole(runtime, context);
   SetFunction(context, global, "setTimeout", SetTimeout);
   SetFunction(context, global, "setInterval", SetInterval);
   SetFunction(context, global, "clearTimeout", ClearTimer);
@@ -611,6 +551,7 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
 }
 
 void ShutdownScriptApi() {
+  ShutdownConsole();
   State().capture.reset();
   // Destroying a source runs ForgetTimer, which edits the map.
   while (!State().timers.empty()) {

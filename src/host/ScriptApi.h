@@ -23,8 +23,12 @@ struct ScriptApiConfig {
 v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> context,
                                        const ScriptApiConfig& config);
 
-// Frees what the script API still holds (timers, log capture).
+// Frees what the script API still holds (timers, log capture, the console's
+// groups, counters and timers).
 void ShutdownScriptApi();
+
+// Ends the running script at once: no further statement of it runs.
+void StopScript(v8::Isolate* isolate);
 
 // The largest script file the host reads (64 MiB).
 constexpr size_t kMaxScriptBytes = 64u << 20;

@@ -1,0 +1,19 @@
+# Writes a C++ header that holds a text file's bytes, so that the program
+# carries the text and never reads it at run time.
+#   cmake -DINPUT=FILE -DOUTPUT=HEADER -DNAME=IDENTIFIER -P EmbedText.cmake
+# The header defines tarn::host::embedded::NAME (an array of unsigned char,
+# without a trailing NUL) and NAMELength.
+file(READ "${INPUT}" hex HEX)
+string(REGEX REPLACE "([0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f])"
+       "\\1\n" hex "${hex}")
+string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
+get_filename_component(source_name "${INPUT}" NAME)
+file(WRITE "${OUTPUT}.tmp"
+  "// Generated from ${source_name} by cmake/EmbedText.cmake; do not edit.\n"
+  "#pragma once\n\n#include <cstddef>\n\n"
+  "namespace tarn {\nnamespace host {\nnamespace embedded {\n\n"
+  "constexpr unsigned char ${NAME}[] = {\n${bytes}\n};\n"
+  "constexpr std::size_t ${NAME}Length = sizeof(${NAME});\n\n"
+  "}  // namespace embedded\n}  // namespace host\n}  // namespace tarn\n")
+configure_file("${OUTPUT}.tmp" "${OUTPUT}" COPYONLY)
+file(REMOVE "${OUTPUT}.tmp")
