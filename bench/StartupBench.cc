@@ -45,40 +45,59 @@ double Median(std::vector<double> v) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  if (argc < 4) {
-    std::fprintf(stderr, "usage: %s TARN_RUN MINIMAL_EMBEDDER EMPTY_SCRIPT [RUNS]\n", argv[0]);
+  if (argc < 5) {
+    std::fprintf(stderr, "usage: %s TARN_RUN MINIMAL_EMBEDDER BRIDGE EMPTY_SCRIPT [RUNS]\n",
+                 argv[0]);
     return 2;
   }
-  int runs = argc > 4 ? std::atoi(argv[4]) : 30;
+  int runs = argc > 5 ? std::atoi(argv[5]) : 30;
   if (runs < 1) runs = 1;
-  const std::vector<std::string> tarn = {argv[1], argv[3]};
-  const std::vector<std::string> minimal = {argv[2], argv[3]};
+  const std::string script = argv[4];
+  // Each pair does the same work but for what tarn-run adds around it: the
+  // GLib loop, console and timers, the simulated set, signals.
+  struct Pair {
+    const char* what;
+    std::vector<std::string> tarn;
+    std::vector<std::string> minimal;
+    std::vector<double> tarnTimes, minimalTimes;
+  } pairs[] = {
+      {"with the bridge",
+       {argv[1], "-b", argv[3], script},
+       {argv[2], "--bridge", argv[3], script},
+       {},
+       {}},
+      {"no bridge", {argv[1], "--no-bridges", script}, {argv[2], script}, {}, {}},
+  };
   const std::vector<std::string> node = {"node", "-e", "0"};
   // Warm the page cache for each before measuring.
-  if (RunOnce(tarn) < 0) {
-    std::fprintf(stderr, "tarn-run failed on %s\n", argv[3]);
-    return 1;
-  }
-  if (RunOnce(minimal) < 0) {
-    std::fprintf(stderr, "the minimal embedder failed on %s\n", argv[3]);
-    return 1;
+  for (Pair& pair : pairs) {
+    if (RunOnce(pair.tarn) < 0 || RunOnce(pair.minimal) < 0) {
+      std::fprintf(stderr, "a run failed (%s) on %s\n", pair.what, script.c_str());
+      return 1;
+    }
   }
   const bool haveNode = RunOnce(node) >= 0;
-  std::vector<double> tarnTimes, minimalTimes, nodeTimes;
+  std::vector<double> nodeTimes;
   for (int i = 0; i < runs; ++i) {
-    tarnTimes.push_back(RunOnce(tarn));
-    minimalTimes.push_back(RunOnce(minimal));
+    for (Pair& pair : pairs) {
+      pair.tarnTimes.push_back(RunOnce(pair.tarn));
+      pair.minimalTimes.push_back(RunOnce(pair.minimal));
+    }
     if (haveNode) nodeTimes.push_back(RunOnce(node));
   }
-  const double t = Median(tarnTimes), m = Median(minimalTimes);
-  std::printf("runs: %d each, interleaved\n", runs);
-  std::printf("%-36s %8.2f ms (median)\n", "tarn-run on an empty script", t);
-  std::printf("%-36s %8.2f ms (median)\n", "minimal V8 embedder, same script", m);
-  std::printf("%-36s %8.2f   (target <= 1.10)\n", "ratio tarn-run / minimal embedder", t / m);
+  std::printf("runs: %d each, interleaved; medians\n", runs);
+  double withBridge = 0;
+  for (Pair& pair : pairs) {
+    const double t = Median(pair.tarnTimes), m = Median(pair.minimalTimes);
+    if (withBridge == 0) withBridge = t;
+    std::printf(
+        "%-16s tarn-run %7.2f ms, minimal embedder %7.2f ms, ratio %5.2f (target <= 1.10)\n",
+        pair.what, t, m, t / m);
+  }
   if (haveNode) {
     const double n = Median(nodeTimes);
-    std::printf("%-36s %8.2f ms (median)\n", "node -e 0", n);
-    std::printf("%-36s %8.2f\n", "ratio tarn-run / node", t / n);
+    std::printf("%-16s node -e 0 %6.2f ms; tarn-run with the bridge / node %5.2f\n", "for scale", n,
+                withBridge / n);
   } else {
     std::printf("node is not installed: not compared\n");
   }
