@@ -89,6 +89,12 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   // Reports an uncaught script error and ends the run with status 1.
   void ReportUncaught(v8::TryCatch& tryCatch);
 
+  // An interactive session reports errors itself and goes on: while a sink
+  // is set, uncaught errors and promises rejected without a handler are
+  // handed to it (on the script thread) instead of ending the run.
+  using ErrorSink = std::function<void(v8::Local<v8::Value> error)>;
+  void SetErrorSink(ErrorSink sink) { errorSink_ = std::move(sink); }
+
   // Promises rejected with no handler are reported after the microtasks of
   // the current piece of work have run.
   void NotePromiseRejection(v8::PromiseRejectMessage message);
@@ -115,6 +121,7 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   int exitCode_ = 0;
   std::map<std::string, std::vector<v8::Global<v8::Function>>> listeners_;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> rejections_;
+  ErrorSink errorSink_;
 };
 
 // Runs a native entry of the loop that no script is below (a task, an idle
