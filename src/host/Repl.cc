@@ -28,6 +28,7 @@
 
 #include "ReplSource.h"
 #include "Runtime.h"
+#include "ScriptBridge.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
@@ -254,14 +255,31 @@ class Repl : public Extension {
     ShowPrompt();
   }
 
-  // Ends the prompt; the run goes on while timers or listeners are pending,
-  // as after a script, and ends with tarn.exitCode.
+  // Ends the prompt and with it the run, at once (pending timers and
+  // listeners or not), with tarn.exitCode.
   void Close(bool newline) {
     if (state_ == State::Closed) return;
     if (newline && editLine_) std::fputs("\n", stdout);
     state_ = State::Closed;
     Shutdown();
     std::fflush(stdout);
+    if (runtime_ && !runtime_->Exiting()) runtime_->RequestExit(ExitCode());
+  }
+
+  int ExitCode() {
+    v8::HandleScope handleScope(isolate_);
+    v8::Local<v8::Context> context = runtime_->Context();
+    if (context.IsEmpty()) return 0;
+    v8::Context::Scope contextScope(context);
+    v8::TryCatch tryCatch(isolate_);
+    v8::Local<v8::Value> tarn, code;
+    if (!context->Global()->Get(context, Text(isolate_, "tarn")).ToLocal(&tarn) ||
+        !tarn->IsObject() ||
+        !tarn.As<v8::Object>()->Get(context, Text(isolate_, "exitCode")).ToLocal(&code) ||
+        !code->IsNumber()) {
+      return 0;
+    }
+    return Bridge::detail::toIntegral<int>(code.As<v8::Number>()->Value());
   }
 
   void Shutdown() {

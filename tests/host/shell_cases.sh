@@ -24,6 +24,30 @@ stdin)
     fail "status $?"
   [ "$out" = a,b ] || fail "printed '$out'"
   ;;
+stdin_implicit)
+  # No script: a pipe on stdin is the script.
+  out=$(echo 'console.log(1)' | timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges) ||
+    fail "status $?"
+  [ "$out" = 1 ] || fail "printed '$out'"
+  out=$(echo 'console.log(typeof QDUtil)' > "$work/s.js" &&
+    timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" < "$work/s.js") || fail "status $?"
+  [ "$out" = function ] || fail "printed '$out' from a file on stdin"
+  ;;
+stdin_implicit_error)
+  echo 'throw new Error("piped")' | timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges \
+    > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 1 ] || fail "status $status"
+  grep -q '^\[stdin\]:1$' "$work/err" && grep -q '^Error: piped$' "$work/err" ||
+    fail "stderr: $(cat "$work/err")"
+  ;;
+no_script)
+  # No script and no stdin at all.
+  timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges <&- > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 2 ] || fail "status $status"
+  grep -q "no script given" "$work/err" || fail "stderr: $(cat "$work/err")"
+  ;;
 empty_path)
   timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "" > "$work/out" 2> "$work/err"
   status=$?
