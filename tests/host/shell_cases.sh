@@ -96,6 +96,24 @@ sigint | sigterm | sighup | sigabrt)
   grep -q '"operation":"initialize"' "$work/journal.jsonl" ||
     fail "the journal is not written: $(cat "$work/journal.jsonl" 2>&1)"
   ;;
+script_loads_no_prompt)
+  # A script run maps neither the prompt's module nor its line editor; the
+  # prompt (under a terminal) does, which the repl_pty tests show working.
+  ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" "$scripts/sleep_forever.js" < /dev/null > "$work/out" 2> "$work/err" &
+  pid=$!
+  (sleep 30; kill -9 "$pid") > /dev/null 2>&1 &
+  watchdog=$!
+  for _ in $(seq 1 200); do
+    grep -q running "$work/out" 2>/dev/null && break
+    sleep 0.05
+  done
+  maps=$(cat "/proc/$pid/maps" 2>/dev/null)
+  kill -s TERM "$pid"
+  wait "$pid"
+  kill "$watchdog" 2>/dev/null
+  echo "$maps" | grep -q libtarnhost || fail "cannot read the running program's maps"
+  if echo "$maps" | grep -E "libedit|libtarnrepl"; then fail "a script run loaded the prompt"; fi
+  ;;
 log_default)
   # Warnings and errors only unless asked: the bridge's start-up lines
   # (info) appear with -l info or TARN_LOG_LEVEL=info, never by default;
