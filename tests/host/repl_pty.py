@@ -297,6 +297,12 @@ def case_exit_call(s, home):
     expect_status(s, 4)
 
 
+def case_exit_in_await(s, home):
+    s.prompt()
+    s.line("await new Promise(r => setTimeout(r, 50)); tarn.exit(6)")
+    expect_status(s, 6)
+
+
 def case_ctrl_d(s, home):
     s.prompt()
     # The run ends at once, pending timers or not.
