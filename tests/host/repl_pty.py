@@ -16,6 +16,7 @@ import shutil
 import signal
 import sys
 import tempfile
+import termios
 import time
 
 EMULATOR = os.environ.get("TARN_EMULATOR", "")
@@ -121,6 +122,14 @@ def expect_status(session, code):
     status = session.wait()
     if status != code:
         raise Failure("exit status %s, expected %s; it printed:\n%s" % (status, code, session.text()))
+    # The terminal is left as it was found: lines, echo and signals on.
+    try:
+        lflag = termios.tcgetattr(session.fd)[3]
+    except termios.error:
+        return
+    for flag in ("ICANON", "ECHO", "ISIG"):
+        if not lflag & getattr(termios, flag):
+            raise Failure("the terminal is left without %s" % flag)
 
 
 UP = "\x1b[A"
@@ -318,6 +327,15 @@ def case_ctrl_d_code(s, home):
     s.line("tarn.exitCode = 5", r"\n5\n> ")
     s.send(CTRL_D)
     expect_status(s, 5)
+
+
+def case_ctrl_c_running(s, home):
+    # While a line runs (or awaits), Ctrl+C is SIGINT: the run ends with 130.
+    s.prompt()
+    s.line("await new Promise(() => {})")
+    time.sleep(0.5)
+    s.send(CTRL_C)
+    expect_status(s, 130)
 
 
 def case_ctrl_c(s, home):
