@@ -10,11 +10,13 @@
 #include <glib-unix.h>
 #include <histedit.h>
 #include <langinfo.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
@@ -151,6 +153,75 @@ std::string TrimReplFrames(const std::string& stack) {
   return out;
 }
 
+const char kInterrupted[] = "Script execution was interrupted by Ctrl+C";
+
+// While a line's code runs, the script thread cannot read the terminal: a
+// thread of its own does, and Ctrl+C there stops the code
+// (TerminateExecution may be called from any thread). Other keys are kept,
+// in order, for the prompt.
+class InterruptWatch {
+ public:
+  explicit InterruptWatch(v8::Isolate* isolate) : isolate_(isolate) {
+    if (pipe2(wake_, O_CLOEXEC) != 0) return;
+    thread_ = std::thread([this] { Watch(); });
+  }
+
+  ~InterruptWatch() { Stop(); }
+
+  // Ends the watch; what it read besides the Ctrl+C goes to *keys.
+  void Stop(std::deque<unsigned char>* keys = nullptr) {
+    if (thread_.joinable()) {
+      char byte = 0;
+      while (write(wake_[1], &byte, 1) < 0 && errno == EINTR) {
+      }
+      thread_.join();
+    }
+    for (int& fd : wake_) {
+      if (fd >= 0) close(fd);
+      fd = -1;
+    }
+    if (keys) keys->insert(keys->end(), keys_.begin(), keys_.end());
+    keys_.clear();
+  }
+
+  bool Interrupted() const { return interrupted_.load(); }
+
+ private:
+  void Watch() {
+    bool input = true;
+    for (;;) {
+      struct pollfd fds[2] = {{wake_[0], POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+      if (poll(fds, input ? 2 : 1, -1) < 0) {
+        if (errno == EINTR) continue;
+        return;
+      }
+      if (fds[0].revents) return;
+      if (!fds[1].revents) continue;
+      unsigned char buffer[256];
+      ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) {
+        input = false;  // the end of input is the prompt's to see
+        continue;
+      }
+      for (ssize_t i = 0; i < count; ++i) {
+        if (buffer[i] == 0x03 && !interrupted_.load()) {
+          interrupted_.store(true);
+          isolate_->TerminateExecution();
+        } else {
+          keys_.push_back(buffer[i]);
+        }
+      }
+    }
+  }
+
+  v8::Isolate* isolate_;
+  int wake_[2] = {-1, -1};
+  std::thread thread_;
+  std::atomic<bool> interrupted_{false};
+  std::vector<unsigned char> keys_;  // read by the watch only until joined
+};
+
 class Repl : public Extension {
  public:
   const char* name() const override { return "repl"; }
@@ -229,7 +300,9 @@ class Repl : public Extension {
     el_set(editLine_, EL_SETTY, "-d", "-isig", nullptr);
     el_set(editLine_, EL_PROMPT, &Repl::PromptText);
     el_wset(editLine_, EL_GETCFN, &Repl::ReadChar);
-    el_set(editLine_, EL_ADDFN, "tarn-complete", "Complete a name", &Repl::CompleteKey);
+    // Wide names: libedit keeps these pointers (the narrow call copies them
+    // and never frees the copies).
+    el_wset(editLine_, EL_ADDFN, L"tarn-complete", L"Complete a name", &Repl::CompleteKey);
     el_set(editLine_, EL_BIND, "^I", "tarn-complete", nullptr);
     history_ = history_init();
     if (history_) {
@@ -340,6 +413,17 @@ class Repl : public Extension {
   void EndLine() {
     if (reading_ && editLine_) el_set(editLine_, EL_UNBUFFERED, 0);
     reading_ = false;
+    // libedit left the terminal in its normal mode; while the prompt is
+    // away, keys are read as they come, unechoed, and Ctrl+C is a key, not
+    // SIGINT (which would end the run): typed-ahead lines and Ctrl+D wait
+    // for the prompt, and Ctrl+C stops the code that runs.
+    if (terminalSaved_ && state_ != State::Closed) {
+      struct termios keys = terminal_;
+      keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG | IEXTEN);
+      keys.c_cc[VMIN] = 1;
+      keys.c_cc[VTIME] = 0;
+      tcsetattr(STDIN_FILENO, TCSADRAIN, &keys);
+    }
   }
 
   static gboolean Readable(gint, GIOCondition, gpointer self) {
@@ -360,9 +444,26 @@ class Repl : public Extension {
       }
       return G_SOURCE_REMOVE;
     }
-    input_.insert(input_.end(), buffer, buffer + count);
+    for (ssize_t i = 0; i < count; ++i) {
+      if (buffer[i] == 0x03 && state_ == State::Evaluating) {
+        // Ctrl+C while a line awaits: the prompt stops waiting (the
+        // promise itself cannot be stopped).
+        AbandonAwait();
+        continue;
+      }
+      input_.push_back(buffer[i]);
+    }
     ProcessInput();
     return state_ == State::Closed ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+  }
+
+  void AbandonAwait() {
+    pending_.Reset();
+    v8::HandleScope handleScope(isolate_);
+    v8::Context::Scope contextScope(runtime_->Context());
+    PrintError(v8::Exception::Error(Text(isolate_, kInterrupted)));
+    state_ = State::Reading;
+    ShowPrompt();
   }
 
   bool LineEmpty() const {
@@ -591,6 +692,7 @@ class Repl : public Extension {
 
     v8::Local<v8::Value> result;
     bool ran;
+    InterruptWatch watch(isolate_);
     {
       v8::TryCatch tryCatch(isolate_);
       ran = script->Run(context).ToLocal(&result);
@@ -598,9 +700,19 @@ class Repl : public Extension {
         PrintError(tryCatch.Exception());
       }
     }
+    watch.Stop(&input_);
+    if (watch.Interrupted() && !runtime_->Exiting()) {
+      // Stopped by Ctrl+C (or just after it ended): the prompt goes on.
+      isolate_->CancelTerminateExecution();
+      if (!ran) PrintError(v8::Exception::Error(Text(isolate_, kInterrupted)));
+    }
     if (ran && async && result->IsPromise()) {
       v8::Local<v8::Promise> promise = result.As<v8::Promise>();
-      v8::Local<v8::External> self = v8::External::New(isolate_, this);
+      // The handlers know which wait they end: one given up with Ctrl+C may
+      // settle during a later one.
+      v8::Local<v8::Value> ids[] = {v8::External::New(isolate_, this),
+                                    v8::Number::New(isolate_, ++awaitId_)};
+      v8::Local<v8::Array> self = v8::Array::New(isolate_, ids, 2);
       v8::Local<v8::Function> onFulfilled, onRejected;
       v8::Local<v8::Promise> chained;
       if (v8::Function::New(context, &Repl::Fulfilled, self).ToLocal(&onFulfilled) &&
@@ -622,16 +734,18 @@ class Repl : public Extension {
     if (state_ == State::Reading) ShowPrompt();
   }
 
-  static void Fulfilled(const v8::FunctionCallbackInfo<v8::Value>& info) {
-    auto* self = static_cast<Repl*>(info.Data().As<v8::External>()->Value());
-    self->Settled(info.Length() > 0 ? info[0] : v8::Undefined(info.GetIsolate()).As<v8::Value>(),
-                  true);
-  }
+  static void Fulfilled(const v8::FunctionCallbackInfo<v8::Value>& info) { Settle(info, true); }
+  static void Rejected(const v8::FunctionCallbackInfo<v8::Value>& info) { Settle(info, false); }
 
-  static void Rejected(const v8::FunctionCallbackInfo<v8::Value>& info) {
-    auto* self = static_cast<Repl*>(info.Data().As<v8::External>()->Value());
-    self->Settled(info.Length() > 0 ? info[0] : v8::Undefined(info.GetIsolate()).As<v8::Value>(),
-                  false);
+  static void Settle(const v8::FunctionCallbackInfo<v8::Value>& info, bool fulfilled) {
+    v8::Isolate* isolate = info.GetIsolate();
+    v8::Local<v8::Context> context = isolate->GetCurrentContext();
+    v8::Local<v8::Array> ids = info.Data().As<v8::Array>();
+    v8::Local<v8::Value> self, id;
+    if (!ids->Get(context, 0).ToLocal(&self) || !ids->Get(context, 1).ToLocal(&id)) return;
+    auto* repl = static_cast<Repl*>(self.As<v8::External>()->Value());
+    if (id.As<v8::Number>()->Value() != repl->awaitId_) return;
+    repl->Settled(info.Length() > 0 ? info[0] : v8::Undefined(isolate).As<v8::Value>(), fulfilled);
   }
 
   void Settled(v8::Local<v8::Value> value, bool fulfilled) {
@@ -925,6 +1039,7 @@ class Repl : public Extension {
   v8::Global<v8::Function> log_;
   v8::Global<v8::Promise> pending_;
   bool awaitReturnsValue_ = false;
+  double awaitId_ = 0;
   struct termios terminal_ {};
   bool terminalSaved_ = false;
 };

@@ -330,12 +330,23 @@ def case_ctrl_d_code(s, home):
 
 
 def case_ctrl_c_running(s, home):
-    # While a line runs (or awaits), Ctrl+C is SIGINT: the run ends with 130.
+    # Ctrl+C stops a line that runs or awaits; the prompt goes on.
     s.prompt()
+    s.line("while (true) {}")
+    time.sleep(0.5)
+    s.send(CTRL_C)
+    s.expect(r"\nUncaught Error: Script execution was interrupted by Ctrl\+C\n> ")
     s.line("await new Promise(() => {})")
     time.sleep(0.5)
     s.send(CTRL_C)
-    expect_status(s, 130)
+    s.expect(r"\nUncaught Error: Script execution was interrupted by Ctrl\+C\n> ")
+    s.line("'still here'", r"\nstill here\n> ")
+    # Keys typed while a line runs wait for the prompt, Ctrl+D included.
+    s.line("t = Date.now() + 500; while (Date.now() < t) {}; 'busy'")
+    time.sleep(0.1)
+    s.send("6 * 7\r" + CTRL_D)
+    s.expect(r"\nbusy\n.*\n42\n")
+    expect_status(s, 0)
 
 
 def case_ctrl_c(s, home):
