@@ -75,3 +75,31 @@ TEST(ReplSource, DeclaredNames) {
             (std::vector<std::string>{"a", "b", "d", "f", "K"}));
   EXPECT_TRUE(DeclaredNames("{ let blockScoped = 1 }").empty());
 }
+
+// Whatever is typed, the scanner ends and its rewrites stay well formed:
+// pieces of script in random order, cut at random places.
+TEST(ReplSource, RandomInput) {
+  const char* const pieces[] = {
+      "let ", "const ", "var ", "function ", "class ", "async ", "await ", "a", "b1",
+      "{",    "}",      "(",    ")",         "[",      "]",      ",",      ";", "=",
+      "=>",   "...",    ":",    "\n",        "'s",     "\"t\"",  "`x${",   "`", "/re/g",
+      "/",    "// c\n", "/* c", "*/",        "\\",     "é",      "\xff",   " ", "1.5e+3"};
+  unsigned seed = 12345;
+  auto next = [&seed](unsigned bound) {
+    seed = seed * 1103515245u + 12345u;
+    return (seed >> 16) % bound;
+  };
+  for (int run = 0; run < 20000; ++run) {
+    std::string code;
+    unsigned count = next(24);
+    for (unsigned i = 0; i < count; ++i) code += pieces[next(sizeof pieces / sizeof pieces[0])];
+    code = code.substr(0, next(static_cast<unsigned>(code.size()) + 1));
+    ScanSource(code);
+    DeclaredNames(code);
+    AwaitWrap wrap;
+    if (WrapTopLevelAwait(code, &wrap)) {
+      ASSERT_GE(wrap.code.size(), code.size()) << code;
+      ASSERT_EQ(wrap.code.substr(wrap.code.size() - 5), "\n})()") << code;
+    }
+  }
+}
