@@ -41,6 +41,8 @@ message(STATUS "V8 from ${V8_LIBRARY}")
 
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0 gio-2.0 gobject-2.0)
 pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+# libedit (BSD licence): the line editor of tarn-run's interactive prompt.
+pkg_check_modules(LIBEDIT REQUIRED IMPORTED_TARGET libedit)
 find_package(Boost 1.74 REQUIRED COMPONENTS system)
 find_package(GTest REQUIRED)
 find_package(PNG REQUIRED)

@@ -36,6 +36,8 @@ packages=(
   libpng-dev libpng16-16
   libjpeg62-turbo-dev libjpeg62-turbo
   libgtest-dev
+  # libedit (tarn-run's interactive prompt) and what libedit.so links against
+  libedit-dev libedit2 libbsd0 libmd0 libtinfo6
 )
 
 sudo_cmd=()

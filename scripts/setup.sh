@@ -17,6 +17,8 @@ packages=(
   python3
   libglib2.0-dev libboost-dev libboost-system-dev libjsoncpp-dev libtinyxml-dev
   libgtest-dev libpng-dev libjpeg62-turbo-dev
+  # the line editor of tarn-run's interactive prompt (BSD licence)
+  libedit-dev
   # a private message bus and its tools for the D-Bus tests
   dbus libglib2.0-bin
   # what libnode108 itself links against, for the unpacked copy

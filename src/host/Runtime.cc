@@ -205,6 +205,12 @@ void Runtime::AfterScriptWork() {
   isolate_->PerformMicrotaskCheckpoint();
   if (rejections_.empty()) return;
   v8::HandleScope scope(isolate_);
+  if (errorSink_) {
+    auto rejections = std::move(rejections_);
+    rejections_.clear();
+    for (auto& rejection : rejections) errorSink_(rejection.second.Get(isolate_));
+    return;
+  }
   auto rejection = std::move(rejections_.front());
   rejections_.clear();
   v8::Local<v8::Value> reason = rejection.second.Get(isolate_);
@@ -223,6 +229,10 @@ void Runtime::MaybeQuit() {
 
 void Runtime::ReportUncaught(v8::TryCatch& tryCatch) {
   if (Exiting() || tryCatch.HasTerminated()) return;
+  if (errorSink_) {
+    errorSink_(tryCatch.Exception());
+    return;
+  }
   PrintException(isolate_, tryCatch);
   RequestExit(1);
 }

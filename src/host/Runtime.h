@@ -92,6 +92,12 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   // host waits on); its place is the one the error recorded when made.
   void ReportUncaught(v8::Local<v8::Value> exception);
 
+  // An interactive session reports errors itself and goes on: while a sink
+  // is set, uncaught errors and promises rejected without a handler are
+  // handed to it (on the script thread) instead of ending the run.
+  using ErrorSink = std::function<void(v8::Local<v8::Value> error)>;
+  void SetErrorSink(ErrorSink sink) { errorSink_ = std::move(sink); }
+
   // Promises rejected with no handler are reported after the microtasks of
   // the current piece of work have run.
   void NotePromiseRejection(v8::PromiseRejectMessage message);
@@ -118,6 +124,7 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   int exitCode_ = 0;
   std::map<std::string, std::vector<v8::Global<v8::Function>>> listeners_;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> rejections_;
+  ErrorSink errorSink_;
 };
 
 // Runs a native entry of the loop that no script is below (a task, an idle

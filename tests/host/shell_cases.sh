@@ -24,6 +24,30 @@ stdin)
     fail "status $?"
   [ "$out" = a,b ] || fail "printed '$out'"
   ;;
+stdin_implicit)
+  # No script: a pipe on stdin is the script.
+  out=$(echo 'console.log(1)' | timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges) ||
+    fail "status $?"
+  [ "$out" = 1 ] || fail "printed '$out'"
+  out=$(echo 'console.log(typeof QDUtil)' > "$work/s.js" &&
+    timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" < "$work/s.js") || fail "status $?"
+  [ "$out" = function ] || fail "printed '$out' from a file on stdin"
+  ;;
+stdin_implicit_error)
+  echo 'throw new Error("piped")' | timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges \
+    > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 1 ] || fail "status $status"
+  grep -q '^\[stdin\]:1$' "$work/err" && grep -q '^Error: piped$' "$work/err" ||
+    fail "stderr: $(cat "$work/err")"
+  ;;
+no_script)
+  # No script and no stdin at all.
+  timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges <&- > "$work/out" 2> "$work/err"
+  status=$?
+  [ "$status" = 2 ] || fail "status $status"
+  grep -q "no script given" "$work/err" || fail "stderr: $(cat "$work/err")"
+  ;;
 empty_path)
   timeout 20 ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" --no-bridges "" > "$work/out" 2> "$work/err"
   status=$?
@@ -92,6 +116,24 @@ EOS
   [ -d "$root/opt/usr/apps" ] || fail "the root was not filled: $(ls -R "$root" | head)"
   wait "$pid" || fail "status $?: $(cat "$work/err")"
   [ ! -e "$root" ] || fail "the root outlived the run"
+  ;;
+script_loads_no_prompt)
+  # A script run maps neither the prompt's module nor its line editor; the
+  # prompt (under a terminal) does, which the repl_pty tests show working.
+  ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$tarn" "$scripts/sleep_forever.js" < /dev/null > "$work/out" 2> "$work/err" &
+  pid=$!
+  (sleep 30; kill -9 "$pid") > /dev/null 2>&1 &
+  watchdog=$!
+  for _ in $(seq 1 200); do
+    grep -q running "$work/out" 2>/dev/null && break
+    sleep 0.05
+  done
+  maps=$(cat "/proc/$pid/maps" 2>/dev/null)
+  kill -s TERM "$pid"
+  wait "$pid"
+  kill "$watchdog" 2>/dev/null
+  echo "$maps" | grep -q libtarnhost || fail "cannot read the running program's maps"
+  if echo "$maps" | grep -E "libedit|libtarnrepl"; then fail "a script run loaded the prompt"; fi
   ;;
 log_default)
   # Warnings and errors only unless asked: the bridge's start-up lines

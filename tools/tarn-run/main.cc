@@ -1,5 +1,7 @@
 // tarn-run: runs a script in the engine host with the bridges loaded, the way
 // the TV's engine runs home-screen scripts.
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <glib.h>
 #include <unistd.h>
 
@@ -21,6 +23,9 @@
 #ifndef TARN_DEFAULT_BRIDGE
 #define TARN_DEFAULT_BRIDGE "libqdutil.so"
 #endif
+#ifndef TARN_REPL_MODULE
+#define TARN_REPL_MODULE "libtarnrepl.so"
+#endif
 
 namespace {
 
@@ -36,15 +41,36 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   return parts;
 }
 
-// The QDUtil bridge beside this program: ../lib/ from the executable's own
-// folder, in the build tree and in an installed tree alike.
-std::string DefaultBridge() {
+// A library beside this program: ../lib/ from the executable's own folder,
+// in the build tree and in an installed tree alike.
+std::string BesideProgram(const char* library) {
   char self[4096];
   ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (length <= 0) return TARN_DEFAULT_BRIDGE;
+  if (length <= 0) return library;
   std::string path(self, static_cast<size_t>(length));
   size_t slash = path.rfind('/');
-  return path.substr(0, slash == std::string::npos ? 0 : slash) + "/../lib/" + TARN_DEFAULT_BRIDGE;
+  return path.substr(0, slash == std::string::npos ? 0 : slash) + "/../lib/" + library;
+}
+
+// The QDUtil bridge.
+std::string DefaultBridge() { return BesideProgram(TARN_DEFAULT_BRIDGE); }
+
+// The interactive prompt lives in a module of its own, loaded only when it
+// starts (its line editor costs a script run nothing). Null with a message.
+std::unique_ptr<tarn::host::Extension> LoadRepl(std::string* error) {
+  std::string path = BesideProgram(TARN_REPL_MODULE);
+  void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!module) {
+    *error = std::string("cannot load the interactive prompt: ") + dlerror();
+    return nullptr;
+  }
+  using Factory = tarn::host::Extension* (*)();
+  auto factory = reinterpret_cast<Factory>(dlsym(module, "tarnReplExtension"));
+  if (!factory) {
+    *error = path + " has no tarnReplExtension";
+    return nullptr;
+  }
+  return std::unique_ptr<tarn::host::Extension>(factory());
 }
 
 // From a number 0..4 or a level name; -1 when neither.
@@ -93,11 +119,13 @@ int main(int argc, char* argv[]) {
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
-  GOptionContext* options = g_option_context_new("SCRIPT.js [ARGUMENTS...]");
+  GOptionContext* options = g_option_context_new("[SCRIPT.js [ARGUMENTS...]]");
   g_option_context_set_summary(options,
                                "Runs SCRIPT.js in the Tarn engine host with the bridges loaded.\n"
                                "The process ends when no timer, task or listener is pending, "
-                               "or at tarn.exit(code).");
+                               "or at tarn.exit(code).\n"
+                               "Without SCRIPT.js the script is read from stdin, or, when stdin "
+                               "is a terminal, an interactive prompt starts.");
   g_option_context_add_main_entries(options, entries, nullptr);
   for (auto& extension : extensions) {
     if (GOptionGroup* group = extension->optionGroup()) g_option_context_add_group(options, group);
@@ -147,6 +175,7 @@ int main(int argc, char* argv[]) {
   tarn::host::HostOptions hostOptions;
   hostOptions.programPath = argv[0];
   hostOptions.module = module;
+  bool interactive = false;
   // argv[0] is the program; the script comes next, possibly after "--".
   // With -e or -p there is no script: everything after the options is
   // tarn.args.
@@ -156,6 +185,17 @@ int main(int argc, char* argv[]) {
     hostOptions.evaluate = true;
     hostOptions.print = printCode != nullptr;
     hostOptions.code = evalCode ? evalCode : printCode;
+    --first;
+  } else if (first >= argc && isatty(STDIN_FILENO)) {
+    // No script and a terminal: the interactive prompt, in an otherwise
+    // empty run.
+    interactive = true;
+    hostOptions.evaluate = true;
+    hostOptions.code.clear();
+    --first;
+  } else if (first >= argc && fcntl(STDIN_FILENO, F_GETFD) != -1) {
+    // No script and a pipe or a file on stdin: that is the script.
+    hostOptions.scriptPath = "-";
     --first;
   } else if (first >= argc) {
     std::fprintf(stderr, "tarn-run: no script given\nTry tarn-run --help.\n");
@@ -187,6 +227,16 @@ int main(int argc, char* argv[]) {
       std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
       return 2;
     }
+  }
+  if (interactive) {
+    // Last, so that it starts once everything else is installed.
+    std::string message;
+    std::unique_ptr<tarn::host::Extension> repl = LoadRepl(&message);
+    if (!repl) {
+      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+      return 2;
+    }
+    extensions.push_back(std::move(repl));
   }
   tarn::host::Host host(hostOptions);
   for (auto& extension : extensions) host.AddExtension(extension.get());
