@@ -1,9 +1,9 @@
 // The interactive prompt. Everything here runs on the script thread, from
 // the GLib loop: a watch on stdin feeds libedit, each finished line is
 // compiled and run as a script of its own ("REPL1", "REPL2"...), and its
-// value is printed through the console.log the context had when the prompt
-// started. Input that awaits at its top level runs as an async function;
-// the prompt returns when its promise settles, the loop running meanwhile.
+// value is printed as node's prompt prints it (util.inspect's text). Input that awaits at its top
+// level runs as an async function; the prompt returns when its promise settles, the loop running
+// meanwhile.
 #include "Repl.h"
 
 #include <fcntl.h>
@@ -28,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include "Inspect.h"
 #include "ReplSource.h"
 #include "Runtime.h"
 #include "ScriptBridge.h"
@@ -232,13 +233,12 @@ class Repl : public Extension {
     runtime_ = Runtime::Current();
     isolate_ = isolate;
     if (!runtime_) return;
-    v8::Local<v8::Value> console, log;
-    if (context->Global()->Get(context, Text(isolate, "console")).ToLocal(&console) &&
-        console->IsObject() &&
-        console.As<v8::Object>()->Get(context, Text(isolate, "log")).ToLocal(&log) &&
-        log->IsFunction()) {
-      console_.Reset(isolate, console.As<v8::Object>());
-      log_.Reset(isolate, log.As<v8::Function>());
+    // The console is made on first use; the prompt uses it at once, and
+    // completion (which reads no accessor) then sees its methods.
+    {
+      v8::TryCatch tryCatch(isolate);
+      v8::Local<v8::Value> console;
+      (void)context->Global()->Get(context, Text(isolate, "console")).ToLocal(&console);
     }
     runtime_->SetErrorSink([this](v8::Local<v8::Value> error) { OnAsyncError(error); });
     // The prompt keeps the loop running until it closes.
@@ -265,8 +265,6 @@ class Repl : public Extension {
     }
     if (editLine_ && reading_) std::fputs("\n", stdout);
     Shutdown();
-    log_.Reset();
-    console_.Reset();
     pending_.Reset();
   }
 
@@ -788,45 +786,39 @@ class Repl : public Extension {
 
   // --- printing ----------------------------------------------------------
 
-  // The one way values reach the screen: the console.log of the context,
-  // taken when the prompt started, so a script that replaces console.log
-  // does not change how results print.
-  void Print(int argc, v8::Local<v8::Value>* argv) {
+  // A line's value as node's prompt shows it: util.inspect's text (texts in
+  // quotes), not console.log's.
+  void PrintValue(v8::Local<v8::Value> value) {
     v8::Local<v8::Context> context = runtime_->Context();
     v8::TryCatch tryCatch(isolate_);
-    v8::Local<v8::Value> ignored;
-    if (log_.IsEmpty() ||
-        !log_.Get(isolate_)->Call(context, console_.Get(isolate_), argc, argv).ToLocal(&ignored)) {
-      if (tryCatch.HasTerminated()) return;
-      std::string text;
-      for (int i = 0; i < argc; ++i) {
-        text += (i ? " " : "") + DescribeThrown(isolate_, context, argv[i], true);
-      }
-      std::printf("%s\n", text.c_str());
-    }
+    const std::string text = Inspect(context, value);
+    if (tryCatch.HasCaught() || tryCatch.HasTerminated()) return;
+    std::printf("%s\n", text.c_str());
     std::fflush(stdout);
   }
 
-  void PrintValue(v8::Local<v8::Value> value) { Print(1, &value); }
-
+  // "Uncaught " and the error's stack without the prompt's own frames, or,
+  // for a thrown value that is no error, its inspected text.
   void PrintError(v8::Local<v8::Value> error) {
     if (error.IsEmpty()) error = v8::Undefined(isolate_);
+    v8::Local<v8::Context> context = runtime_->Context();
     if (error->IsNativeError()) {
-      // The frames of the prompt's own script say nothing: they go, as in
-      // node's prompt.
-      v8::Local<v8::Context> context = runtime_->Context();
       v8::TryCatch tryCatch(isolate_);
-      v8::Local<v8::Object> object = error.As<v8::Object>();
       v8::Local<v8::Value> stack;
-      if (object->Get(context, Text(isolate_, "stack")).ToLocal(&stack) && stack->IsString()) {
-        std::string trimmed = TrimReplFrames(Utf8(isolate_, stack));
-        if (object->Set(context, Text(isolate_, "stack"), Text(isolate_, trimmed)).IsNothing()) {
-          tryCatch.Reset();
-        }
+      if (error.As<v8::Object>()->Get(context, Text(isolate_, "stack")).ToLocal(&stack) &&
+          stack->IsString()) {
+        std::printf("Uncaught %s\n", TrimReplFrames(Utf8(isolate_, stack)).c_str());
+        std::fflush(stdout);
+        return;
       }
     }
-    v8::Local<v8::Value> argv[] = {Text(isolate_, "Uncaught"), error};
-    Print(2, argv);
+    v8::TryCatch tryCatch(isolate_);
+    std::string text = Inspect(context, error);
+    if (tryCatch.HasCaught() || tryCatch.HasTerminated()) {
+      text = DescribeThrown(isolate_, context, error, true);
+    }
+    std::printf("Uncaught %s\n", text.c_str());
+    std::fflush(stdout);
   }
 
   // From the runtime: an error of a timer, a listener or a rejected promise
@@ -1035,8 +1027,6 @@ class Repl : public Extension {
   bool sawInterrupt_ = false;
   int counter_ = 0;
   std::set<std::string> declared_;
-  v8::Global<v8::Object> console_;
-  v8::Global<v8::Function> log_;
   v8::Global<v8::Promise> pending_;
   bool awaitReturnsValue_ = false;
   double awaitId_ = 0;

@@ -144,11 +144,12 @@ def case_values(s, home):
     s.line("let a = 40", r"\nundefined\n> ")
     s.line("a + 2", r"\n42\n> ")
     s.line("undefined", r"\nundefined\n> ")
-    s.line("({list: [1, 2], text: 'x'})", r'\n\{"list":\[1,2\],"text":"x"\}\n> ')
-    s.line("{b: 1}", r'\n\{"b":1\}\n> ')
-    s.line("'text'", r"\ntext\n> ")
+    s.line("({list: [1, 2], text: 'x'})", r"\n\{ list: \[ 1, 2 \], text: 'x' \}\n> ")
+    s.line("{b: 1}", r"\n\{ b: 1 \}\n> ")
+    s.line("'text'", r"\n'text'\n> ")
+    s.line("new Map([[1, {deep: {er: {still: 1}}}]])", r"\nMap\(1\) \{ 1 => \{ deep: \{ er: \[Object\] \} \} \}\n> ")
     # The bridges and the simulated set are loaded as for a script.
-    s.line("new QDUtil().APP_TYPE_WEB_APP + ' ' + typeof tarn.sim", r"\n1 object\n> ")
+    s.line("new QDUtil().APP_TYPE_WEB_APP + ' ' + typeof tarn.sim", r"\n'1 object'\n> ")
     s.line(".exit")
     expect_status(s, 0)
 
@@ -156,13 +157,13 @@ def case_values(s, home):
 def case_multiline(s, home):
     s.prompt()
     s.line("({a: 1,", r"\n\.\.\. $")
-    s.line("b: 2})", r'\n\{"a":1,"b":2\}\n> ')
+    s.line("b: 2})", r"\n\{ a: 1, b: 2 \}\n> ")
     s.line("function add(x, y) {", r"\n\.\.\. $")
     s.line("  return x + y", r"\n\.\.\. $")
     s.line("}", r"\nundefined\n> ")
     s.line("add(2, 3)", r"\n5\n> ")
     s.line("`one", r"\n\.\.\. $")
-    s.line("two`", r"\none\ntwo\n> ")
+    s.line("two`", r"\n'one\\ntwo'\n> ")
     s.line("[1,", r"\n\.\.\. $")
     s.line("", r"\n\.\.\. $")
     s.line("2].length", r"\n2\n> ")
@@ -184,11 +185,12 @@ def case_errors(s, home):
     s.line("nosuch", r"\nUncaught ReferenceError: nosuch is not defined\n> ")
     s.line("let once = 1", r"\nundefined\n> ")
     s.line("let once = 2", r"Uncaught SyntaxError: Identifier 'once' has already been declared\n> ")
-    s.line("throw 'text'", r"\nUncaught text\n> ")
+    s.line("throw 'text'", r"\nUncaught 'text'\n> ")
+    s.line("throw {code: 7}", r"\nUncaught \{ code: 7 \}\n> ")
     # Errors of timers and rejected promises are reported; the prompt goes on.
-    s.line("setTimeout(() => { throw new Error('late') }, 10); 'set'", r"\nset\n> ")
+    s.line("setTimeout(() => { throw new Error('late') }, 10); 'set'", r"\n'set'\n> ")
     s.expect(r"Uncaught Error: late\n")
-    s.line("Promise.reject(new Error('nobody')); 'then'", r"\nthen\n(> )?Uncaught Error: nobody\n")
+    s.line("Promise.reject(new Error('nobody')); 'then'", r"\n'then'\n(> )?Uncaught Error: nobody\n")
     s.line("6 * 7", r"\n42\n> ")
     s.line(".exit")
     expect_status(s, 0)
@@ -218,7 +220,7 @@ def case_await(s, home):
 def case_history(s, home):
     s.prompt()
     s.line("21 * 2", r"\n42\n> ")
-    s.line("'second ' + 'line'", r"\nsecond line\n> ")
+    s.line("'second ' + 'line'", r"\n'second line'\n> ")
     s.line(".exit")
     expect_status(s, 0)
     path = os.path.join(home, ".tarn_repl_history")
@@ -252,7 +254,7 @@ def case_history_no_home(s, home):
 
 def case_complete(s, home):
     s.prompt()
-    s.line("q = new QDUtil(); 'made'", r"\nmade\n> ")
+    s.line("q = new QDUtil(); 'made'", r"\n'made'\n> ")
     # q. lists the methods (on its prototype) and the constants.
     s.send("q." + TAB)
     listing = s.expect(r"q\.\n(.*)\n> q\.").group(1)
@@ -267,7 +269,7 @@ def case_complete(s, home):
     s.expect(r"console\.log\('completed'\)\ncompleted\nundefined\n> ")
     # Getters never run, declared names complete too.
     s.line("o = {get boom() { console.log('getter ran'); return {} }, plain: {inner: 1}}; 'o'",
-           r"\no\n> ")
+           r"\n'o'\n> ")
     s.send("o.boom." + TAB + "x" + CTRL_C)
     s.prompt()
     s.send("o.plain.in" + TAB + "\r")
@@ -315,7 +317,7 @@ def case_exit_in_await(s, home):
 def case_ctrl_d(s, home):
     s.prompt()
     # The run ends at once, pending timers or not.
-    s.line("setTimeout(() => console.log('after the prompt'), 300); 'set'", r"\nset\n> ")
+    s.line("setTimeout(() => console.log('after the prompt'), 300); 'set'", r"\n'set'\n> ")
     s.send(CTRL_D)
     expect_status(s, 0)
     time.sleep(0.5)
@@ -340,12 +342,12 @@ def case_ctrl_c_running(s, home):
     time.sleep(0.5)
     s.send(CTRL_C)
     s.expect(r"\nUncaught Error: Script execution was interrupted by Ctrl\+C\n> ")
-    s.line("'still here'", r"\nstill here\n> ")
+    s.line("'still here'", r"\n'still here'\n> ")
     # Keys typed while a line runs wait for the prompt, Ctrl+D included.
     s.line("t = Date.now() + 500; while (Date.now() < t) {}; 'busy'")
     time.sleep(0.1)
     s.send("6 * 7\r" + CTRL_D)
-    s.expect(r"\nbusy\n.*\n42\n")
+    s.expect(r"\n'busy'\n.*\n42\n")
     expect_status(s, 0)
 
 
