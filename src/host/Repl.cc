@@ -238,7 +238,9 @@ class Repl : public Extension {
     {
       v8::TryCatch tryCatch(isolate);
       v8::Local<v8::Value> console;
-      (void)context->Global()->Get(context, Text(isolate, "console")).ToLocal(&console);
+      if (!context->Global()->Get(context, Text(isolate, "console")).ToLocal(&console)) {
+        tryCatch.Reset();
+      }
     }
     runtime_->SetErrorSink([this](v8::Local<v8::Value> error) { OnAsyncError(error); });
     // The prompt keeps the loop running until it closes.
