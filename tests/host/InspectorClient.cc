@@ -332,6 +332,23 @@ class Session {
     return false;
   }
 
+  // Sends text as it is; the first answer (a message with an id or an error).
+  Json::Value SendRaw(const std::string& text) {
+    WriteText(text);
+    auto deadline = Clock::now() + kWait;
+    for (;;) {
+      Json::Value message = Read(deadline, "the answer to " + text);
+      if (message.isMember("id") || message.isMember("error")) return message;
+      events_.push_back(message);
+    }
+  }
+
+  // Goes without a closing handshake, as a crashed client would.
+  void Drop() {
+    beast::error_code ignored;
+    beast::get_lowest_layer(ws_).socket().close(ignored);
+  }
+
   Json::Value Evaluate(const std::string& expression) {
     const Json::Value result = Call("Runtime.evaluate", Object({{"expression", expression}}));
     if (result.isMember("exceptionDetails")) {
@@ -353,8 +370,9 @@ class Session {
   }
 
  private:
-  void Write(const Json::Value& message) {
-    std::string text = Compact(message);
+  void Write(const Json::Value& message) { WriteText(Compact(message)); }
+
+  void WriteText(const std::string& text) {
     beast::error_code error;
     bool done = false;
     ws_.text(true);
@@ -688,6 +706,60 @@ void PortInUseScenario(const Setup& setup) {
   Expect(status == 0 && child.Stdout() == "1\n", "the script ran without waiting");
 }
 
+// What a confused or broken client sends: each gets an error or a closed
+// connection, and the script goes on. A client that vanishes while the
+// script is paused lets it run to its end.
+void BadInputScenario(const Setup& setup) {
+  Child child;
+  child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", setup.scripts + "/inspect_target.js"});
+  Listening at = WaitListening(child, "127\\.0\\.0\\.1");
+  const std::string address = "127.0.0.1:" + std::to_string(at.port);
+  {
+    // Not HTTP at all: the connection is closed.
+    asio::io_context ioc;
+    tcp::socket socket(ioc);
+    socket.connect(tcp::endpoint(asio::ip::make_address("127.0.0.1"), at.port));
+    asio::write(socket, asio::buffer(std::string("\x01\x02 nonsense\r\n\r\n")));
+    char byte;
+    bool closed = false;
+    socket.async_read_some(asio::buffer(&byte, 1), [&](boost::system::error_code error, size_t) {
+      closed = error == asio::error::eof || error == asio::error::connection_reset;
+    });
+    ioc.run_for(kWait);
+    Expect(closed, "a request that is not HTTP closes the connection");
+  }
+  Expect(Get(at.port, "/json/version", "").status == 200, "a request without Host is answered");
+  Expect(Get(at.port, "/json/list", "[::1]:" + std::to_string(at.port)).status == 200,
+         "an IPv6 Host header is taken");
+  Expect(Get(at.port, "/json/list", "127.0.0.1.example:1").status == 400,
+         "a host name that only starts like an address is refused");
+
+  Session client("client");
+  Expect(client.Connect(at.port, "/" + at.id), "the client connects");
+  Json::Value answer = client.SendRaw("this is not JSON");
+  std::printf("not JSON -> %s\n", Compact(answer).c_str());
+  Expect(answer.isMember("error"), "text that is not JSON gets an error");
+  answer = client.SendRaw(R"({"id": 7, "method": "No.suchMethod", "params": {}})");
+  Expect(answer["id"] == 7 && answer.isMember("error"), "an unknown method gets an error");
+  answer = client.SendRaw(R"({"id": 8, "method": "NodeRuntime.notifyWhenWaitingForDisconnect",)"
+                          R"( "params": [1, 2]})");
+  Expect(answer["id"] == 8, "odd NodeRuntime parameters are answered: " + Compact(answer));
+  answer = client.SendRaw(R"({"id": 9, "method": "Runtime.evaluate", "params": "x"})");
+  Expect(answer.isMember("error"), "parameters that are not an object get an error");
+  answer = client.SendRaw(R"([{"id": 10}])");
+  Expect(answer.isMember("error"), "a message that is not an object gets an error");
+  client.Call("Debugger.enable");
+  client.Call("Runtime.runIfWaitingForDebugger");
+  client.WaitEvent("Debugger.paused");
+  client.Drop();
+  int status = child.WaitExit();
+  Expect(status == 3, "the script ran to tarn.exit(3) once the client vanished, status " +
+                          std::to_string(status));
+  Expect(child.Stdout() == "sum is 5 é✓\n", "stdout: " + child.Stdout());
+  Expect(child.Stderr().find("Waiting for the debugger") == std::string::npos,
+         "nobody is waited for");
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -699,7 +771,7 @@ int main(int argc, char* argv[]) {
   const std::map<std::string, void (*)(const Setup&)> scenarios = {
       {"session", SessionScenario},        {"two_clients", TwoClientsScenario},
       {"busy_script", BusyScriptScenario}, {"public_address", PublicAddressScenario},
-      {"port_in_use", PortInUseScenario},
+      {"port_in_use", PortInUseScenario},  {"bad_input", BadInputScenario},
   };
   auto found = scenarios.find(argv[1]);
   if (found == scenarios.end()) {
