@@ -228,7 +228,15 @@ int Host::Run() {
       v8::Context::Scope contextScope(context);
       runtime->SetContext(context);
       ScriptDebugger* debugger = impl_->debugger;
-      if (debugger) debugger->contextCreated(context);
+      if (debugger) {
+        debugger->contextCreated(context);
+        Runtime* current = runtime.get();
+        runtime->SetUncaughtObserver([debugger, current](v8::Local<v8::Value> error,
+                                                         v8::Local<v8::Message> message,
+                                                         bool inPromise) {
+          debugger->uncaughtError(current->Context(), error, message, inPromise);
+        });
+      }
       std::string directory = options.evaluate || options.scriptPath == "-"
                                   ? std::string(".")
                                   : Directory(options.scriptPath);
@@ -279,6 +287,7 @@ int Host::Run() {
     runtime->Close();
     impl_->DeleteBridges();
     runtime->SetContext(v8::Local<v8::Context>());
+    runtime->SetUncaughtObserver(nullptr);
     if (impl_->debugger) impl_->debugger->shutdown();
   }
   // Producer threads (the simulated TV's) are joined here; what they post

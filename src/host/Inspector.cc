@@ -14,6 +14,7 @@
 #include <unistd.h>
 #include <v8-inspector.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -154,6 +155,19 @@ std::string ToUtf8(const v8_inspector::StringView& view) {
     AppendUtf8(code, &out);
   }
   return out;
+}
+
+std::vector<uint16_t> Utf16(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  std::vector<uint16_t> out;
+  if (value.IsEmpty() || !value->IsString()) return out;
+  v8::Local<v8::String> text = value.As<v8::String>();
+  out.resize(static_cast<size_t>(text->Length()));
+  text->Write(isolate, out.data(), 0, text->Length(), v8::String::NO_NULL_TERMINATION);
+  return out;
+}
+
+v8_inspector::StringView View(const std::vector<uint16_t>& text) {
+  return v8_inspector::StringView(text.data(), text.size());
 }
 
 // Only for ASCII text: V8 reads an 8-bit view as Latin-1.
@@ -321,6 +335,8 @@ class Inspector final : public host::ScriptDebugger,
     isolate_ = context->GetIsolate();
     v8::HandleScope scope(isolate_);
     inspector_ = v8_inspector::V8Inspector::create(isolate_, this);
+    // An uncaught error's message keeps its stack, for the report above.
+    isolate_->SetCaptureStackTraceForUncaughtExceptions(true, 32);
     context_.Reset(isolate_, context);
     std::string name = "tarn-run[" + std::to_string(getpid()) + "]";
     std::string auxData = R"({"isDefault":true})";
@@ -341,6 +357,38 @@ class Inspector final : public host::ScriptDebugger,
     runtime_ = host::Runtime::Current();
     interruptIsolate_ = isolate_;
     if (!queue_.empty()) WakeLocked();
+  }
+
+  void uncaughtError(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
+                     v8::Local<v8::Message> message, bool inPromise) override {
+    if (!inspector_ || contextDestroyed_ || context.IsEmpty()) return;
+    v8::HandleScope scope(isolate_);
+    v8::TryCatch tryCatch(isolate_);
+    // As node reports it: the console of DevTools shows the error in red.
+    std::string text = inPromise ? "Uncaught (in promise)" : "Uncaught";
+    std::vector<uint16_t> detail, url;
+    unsigned line = 0, column = 0;
+    int scriptId = 0;
+    std::unique_ptr<v8_inspector::V8StackTrace> stack;
+    if (!message.IsEmpty()) {
+      detail = Utf16(isolate_, message->Get());
+      v8::Local<v8::Value> name = message->GetScriptResourceName();
+      if (name->IsString()) {
+        std::string file = ScriptUrl(ToUtf8(View(Utf16(isolate_, name))), directory_);
+        url = file.empty() ? Utf16(isolate_, name) : Utf8ToUtf16(file);
+      }
+      // Both counted from 1 here.
+      line = static_cast<unsigned>(std::max(0, message->GetLineNumber(context).FromMaybe(0)));
+      column =
+          static_cast<unsigned>(std::max(0, message->GetStartColumn(context).FromMaybe(-1) + 1));
+      scriptId = message->GetScriptOrigin().ScriptId();
+      v8::Local<v8::StackTrace> trace = message->GetStackTrace();
+      if (!trace.IsEmpty() && trace->GetFrameCount() > 0) {
+        stack = inspector_->createStackTrace(trace);
+      }
+    }
+    inspector_->exceptionThrown(context, AsciiView(text), error, View(detail), View(url), line,
+                                column, std::move(stack), scriptId);
   }
 
   void beforeScript(v8::Local<v8::Context> context) override {

@@ -16,6 +16,11 @@ class ScriptDebugger {
   // `tarn`) and the bridges' objects are installed in it.
   virtual void contextCreated(v8::Local<v8::Context> context) = 0;
 
+  // An error ends the run: uncaught (with its message), or a promise's
+  // rejection that nothing handled (no message). Before it is printed.
+  virtual void uncaughtError(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
+                             v8::Local<v8::Message> message, bool inPromise) = 0;
+
   // Everything is installed; the script runs next.
   virtual void beforeScript(v8::Local<v8::Context> context) = 0;
 
