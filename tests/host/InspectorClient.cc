@@ -706,6 +706,43 @@ void PortInUseScenario(const Setup& setup) {
   Expect(status == 0 && child.Stdout() == "1\n", "the script ran without waiting");
 }
 
+// An error that ends the run reaches the client's console as node reports
+// it (Runtime.exceptionThrown), a thrown one and a rejected promise alike.
+void UncaughtScenario(const Setup& setup) {
+  struct Case {
+    const char* script;
+    const char* text;
+    const char* description;
+  };
+  for (const Case& test :
+       {Case{"inspect_throws.js", "Uncaught", "Error: boom"},
+        Case{"inspect_rejects.js", "Uncaught (in promise)", "Error: nobody catches this"}}) {
+    const std::string script = setup.scripts + "/" + test.script;
+    Child child;
+    child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", "--no-bridges", script});
+    Listening at = WaitListening(child, "127\\.0\\.0\\.1");
+    Session client("client");
+    Expect(client.Connect(at.port, "/" + at.id), "the client connects");
+    client.Call("Runtime.enable");
+    client.Call("Runtime.runIfWaitingForDebugger");
+    Json::Value thrown = client.WaitEvent("Runtime.exceptionThrown");
+    const Json::Value& details = thrown["exceptionDetails"];
+    std::printf("exceptionThrown: %s: %s\n", Str(details["text"]).c_str(),
+                Str(details["exception"]["description"]).c_str());
+    Expect(Str(details["text"]) == test.text, "reported as " + std::string(test.text));
+    Expect(Str(details["exception"]["description"]).rfind(test.description, 0) == 0,
+           "the error itself: " + Compact(details["exception"]));
+    if (std::string(test.script) == "inspect_throws.js") {
+      Expect(Str(details["url"]) == "file://" + script && details["lineNumber"] == 1 &&
+                 Str(details["stackTrace"]["callFrames"][0]["functionName"]) == "boom",
+             "where it was thrown: " + Compact(details));
+    }
+    child.WaitFor("Waiting for the debugger to disconnect\\.\\.\\.\n");
+    client.Close();
+    Expect(child.WaitExit() == 1, "exit status 1");
+  }
+}
+
 // What a confused or broken client sends: each gets an error or a closed
 // connection, and the script goes on. A client that vanishes while the
 // script is paused lets it run to its end.
@@ -772,6 +809,7 @@ int main(int argc, char* argv[]) {
       {"session", SessionScenario},        {"two_clients", TwoClientsScenario},
       {"busy_script", BusyScriptScenario}, {"public_address", PublicAddressScenario},
       {"port_in_use", PortInUseScenario},  {"bad_input", BadInputScenario},
+      {"uncaught", UncaughtScenario},
   };
   auto found = scenarios.find(argv[1]);
   if (found == scenarios.end()) {
