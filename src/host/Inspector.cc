@@ -542,7 +542,13 @@ class Inspector final : public host::ScriptDebugger,
   static std::atomic<Inspector*> g_active;
 
   static void OnInterrupt(v8::Isolate*, void*) {
-    if (Inspector* self = g_active.load()) self->Pump();
+    Inspector* self = g_active.load();
+    if (!self) return;
+    {
+      std::lock_guard<std::mutex> lock(self->mutex_);
+      self->interruptPending_ = false;
+    }
+    self->Pump();
   }
 
   // Server thread. False once the script side takes nothing more.
@@ -567,7 +573,11 @@ class Inspector final : public host::ScriptDebugger,
         Pump();
       });
     }
-    if (interruptIsolate_) interruptIsolate_->RequestInterrupt(&Inspector::OnInterrupt, nullptr);
+    // One pending interrupt is enough: it handles the whole queue.
+    if (interruptIsolate_ && !interruptPending_) {
+      interruptPending_ = true;
+      interruptIsolate_->RequestInterrupt(&Inspector::OnInterrupt, nullptr);
+    }
   }
 
   bool Take(Event* event, bool wait) {
@@ -721,6 +731,7 @@ class Inspector final : public host::ScriptDebugger,
   host::Runtime* runtime_ = nullptr;         // guarded by mutex_
   v8::Isolate* interruptIsolate_ = nullptr;  // guarded by mutex_
   bool wakePosted_ = false;                  // guarded by mutex_
+  bool interruptPending_ = false;            // guarded by mutex_
   bool closed_ = false;                      // guarded by mutex_
 
   // Script thread only.
