@@ -230,11 +230,28 @@ std::string CurrentDirectory() {
   return buffer.data();
 }
 
+// Whether a name starts with a URL scheme ("file:", "https:", "tarn:").
+bool HasScheme(const std::string& name) {
+  size_t colon = name.find(':');
+  if (colon == std::string::npos || colon == 0 ||
+      !((name[0] >= 'a' && name[0] <= 'z') || (name[0] >= 'A' && name[0] <= 'Z'))) {
+    return false;
+  }
+  for (size_t i = 1; i < colon; ++i) {
+    char c = name[i];
+    if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '+' ||
+          c == '-' || c == '.')) {
+      return false;
+    }
+  }
+  return true;
+}
+
 // The URL of a script named on the command line or by tarn.load; empty for
 // the names of code that has no file ("[eval]", "[stdin]") and for what is a
-// URL already.
+// URL already (the host's own scripts, modules named by URL).
 std::string ScriptUrl(const std::string& name, const std::string& directory) {
-  if (name.empty() || name[0] == '[' || name.find("://") != std::string::npos) return "";
+  if (name.empty() || name[0] == '[' || HasScheme(name)) return "";
   return FileUrl(Normalize(name[0] == '/' ? name : directory + "/" + name));
 }
 
