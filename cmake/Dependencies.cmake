@@ -38,6 +38,15 @@ if(NOT CMAKE_CROSSCOMPILING)
   target_link_options(v8 INTERFACE "-Wl,-rpath,${V8_LIBRARY_DIR}")
 endif()
 message(STATUS "V8 from ${V8_LIBRARY}")
+# The inspector's header ships in libnode-dev beside V8's source tree only;
+# the V8 headers it includes from there are the same files as above.
+get_filename_component(V8_INSPECTOR_INCLUDE_DIR ${V8_INCLUDE_DIR}/../nodejs/deps/v8/include ABSOLUTE)
+if(NOT EXISTS ${V8_INSPECTOR_INCLUDE_DIR}/v8-inspector.h)
+  message(FATAL_ERROR "v8-inspector.h not found in ${V8_INSPECTOR_INCLUDE_DIR}: run scripts/setup.sh")
+endif()
+add_library(v8inspector INTERFACE IMPORTED)
+target_include_directories(v8inspector SYSTEM INTERFACE ${V8_INSPECTOR_INCLUDE_DIR})
+target_link_libraries(v8inspector INTERFACE v8)
 
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0 gio-2.0 gobject-2.0)
 pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)

@@ -65,6 +65,7 @@ std::string Directory(const std::string& path) {
 struct Host::Impl {
   HostOptions options;
   std::vector<Extension*> extensions;
+  ScriptDebugger* debugger = nullptr;
   std::vector<Bridge::ScriptBridge*> bridges;
 
   // Loads every bridge library; false with a message on stderr.
@@ -107,6 +108,8 @@ Host::Host(HostOptions options) : impl_(new Impl) { impl_->options = std::move(o
 Host::~Host() = default;
 
 void Host::AddExtension(Extension* extension) { impl_->extensions.push_back(extension); }
+
+void Host::SetDebugger(ScriptDebugger* debugger) { impl_->debugger = debugger; }
 
 namespace {
 
@@ -227,6 +230,16 @@ int Host::Run() {
       v8::Local<v8::Context> context = v8::Context::New(isolate, nullptr, global);
       v8::Context::Scope contextScope(context);
       runtime->SetContext(context);
+      ScriptDebugger* debugger = impl_->debugger;
+      if (debugger) {
+        debugger->contextCreated(context);
+        Runtime* current = runtime.get();
+        runtime->SetUncaughtObserver([debugger, current](v8::Local<v8::Value> error,
+                                                         v8::Local<v8::Message> message,
+                                                         bool inPromise) {
+          debugger->uncaughtError(current->Context(), error, message, inPromise);
+        });
+      }
       std::string directory = options.evaluate || options.scriptPath == "-"
                                   ? std::string(".")
                                   : Directory(options.scriptPath);
@@ -234,6 +247,7 @@ int Host::Run() {
       v8::Local<v8::Object> tarn = InstallScriptApi(runtime.get(), context, config);
       for (Extension* extension : impl_->extensions) extension->install(isolate, context, tarn);
       for (Bridge::ScriptBridge* bridge : impl_->bridges) bridge->contextReady();
+      if (debugger) debugger->beforeScript(context);
 
       {
         v8::TryCatch tryCatch(isolate);
@@ -254,6 +268,10 @@ int Host::Run() {
       runtime->Run();
       if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
       CheckMainModuleSettled(runtime.get());
+      if (debugger) {
+        debugger->scriptEnded(context);
+        if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
+      }
 
       if (runtime->Exiting()) {
         status = runtime->ExitCode();
@@ -276,6 +294,8 @@ int Host::Run() {
     runtime->Close();
     impl_->DeleteBridges();
     runtime->SetContext(v8::Local<v8::Context>());
+    runtime->SetUncaughtObserver(nullptr);
+    if (impl_->debugger) impl_->debugger->shutdown();
   }
   // Producer threads (the simulated TV's) are joined here; what they post
   // meanwhile is refused.

@@ -214,6 +214,7 @@ void Runtime::AfterScriptWork() {
   auto rejection = std::move(rejections_.front());
   rejections_.clear();
   v8::Local<v8::Value> reason = rejection.second.Get(isolate_);
+  if (uncaughtObserver_) uncaughtObserver_(reason, v8::Local<v8::Message>(), true);
   std::string text = DescribeThrown(isolate_, Context(), reason, true);
   std::fprintf(stderr, "Uncaught (in promise) %s\n", text.c_str());
   RequestExit(1);
@@ -229,6 +230,7 @@ void Runtime::MaybeQuit() {
 
 void Runtime::ReportUncaught(v8::TryCatch& tryCatch) {
   if (Exiting() || tryCatch.HasTerminated()) return;
+  if (uncaughtObserver_) uncaughtObserver_(tryCatch.Exception(), tryCatch.Message(), false);
   if (errorSink_) {
     errorSink_(tryCatch.Exception());
     return;

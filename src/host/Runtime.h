@@ -102,6 +102,13 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   // the current piece of work have run.
   void NotePromiseRejection(v8::PromiseRejectMessage message);
 
+  // Told of each error that ends the run, before it is printed: an uncaught
+  // one with its message, or the reason of a promise rejected without a
+  // handler (no message). Script thread; a debugger shows them.
+  using UncaughtObserver = std::function<void(v8::Local<v8::Value> error,
+                                              v8::Local<v8::Message> message, bool inPromise)>;
+  void SetUncaughtObserver(UncaughtObserver observer) { uncaughtObserver_ = std::move(observer); }
+
  private:
   void Drain();
   gboolean RunIdle(GSourceFunc function, gpointer data);
@@ -125,6 +132,7 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   std::map<std::string, std::vector<v8::Global<v8::Function>>> listeners_;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> rejections_;
   ErrorSink errorSink_;
+  UncaughtObserver uncaughtObserver_;
 };
 
 // Runs a native entry of the loop that no script is below (a task, an idle

@@ -11,7 +11,8 @@ trap 'rm -rf "$prefix"' EXIT
 cmake --install "$build" --prefix "$prefix" > "$prefix.log" 2>&1 || { cat "$prefix.log"; rm -f "$prefix.log"; exit 1; }
 rm -f "$prefix.log"
 fail=0
-for f in bin/tarn-run lib/libtarnhost.so lib/libtarnrepl.so lib/libtvsim.so lib/libqdutil.so share/doc/qdutil/host.md \
+for f in bin/tarn-run lib/libtarnhost.so lib/libtarnrepl.so lib/libtarninspector.so lib/libtvsim.so \
+         lib/libqdutil.so share/doc/qdutil/host.md \
          share/doc/qdutil/examples/demo.js; do
   [ -e "$prefix/$f" ] || { echo "not installed: $f"; fail=1; }
 done
@@ -25,6 +26,16 @@ out=$(cd / && TARN_LOG_LEVEL=error ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$prefix/b
 status=$?
 if [ "$status" != 0 ]; then
   echo "installed tarn-run ended with $status:"
+  echo "$out" | tail -20
+  fail=1
+fi
+# The installed tarn-run finds its debugger library too.
+out=$(cd / && TARN_LOG_LEVEL=error ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$prefix/bin/tarn-run" \
+  --inspect=127.0.0.1:0 -p '6 * 7' 2>&1)
+status=$?
+if [ "$status" != 0 ] || ! echo "$out" | grep -q "^Debugger listening on ws://127.0.0.1:" ||
+   ! echo "$out" | grep -qx 42; then
+  echo "installed tarn-run --inspect ended with $status:"
   echo "$out" | tail -20
   fail=1
 fi

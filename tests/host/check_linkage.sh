@@ -1,14 +1,16 @@
 #!/bin/sh
 # One-way dependencies and symbol hygiene of the built libraries:
-#   check_linkage.sh BRIDGE.so HOST.so BUILD_DIR
+#   check_linkage.sh BRIDGE.so HOST.so BUILD_DIR [TARN_RUN DEBUGGER.so]
 # - the bridge exports `loadBridges` and nothing else;
 # - the bridge needs neither the host nor the simulated TV (the loading
 #   process provides their symbols) and has no run path into the build tree;
-# - the host library does not need the simulated TV.
+# - the host library does not need the simulated TV;
+# - neither tarn-run nor the host needs the debugger library or Boost (it is
+#   loaded only for --inspect), and the debugger exports its entry.
 # NM names the nm for the libraries' processor (a cross build's); default nm.
 set -u
 nm=${NM:-nm}
-bridge=$1 host=$2 build=$3
+bridge=$1 host=$2 build=$3 tarnrun=${4:-} debugger=${5:-}
 fail=0
 
 exports=$("$nm" -D --defined-only "$bridge" | awk 'NF >= 3 { print $3 }' | sort | tr '\n' ' ')
@@ -27,6 +29,16 @@ fi
 if readelf -d "$host" | grep NEEDED | grep libtvsim; then
   echo "the host links the simulated TV"
   fail=1
+fi
+if [ -n "$tarnrun" ]; then
+  if readelf -d "$host" "$tarnrun" | grep NEEDED | grep -E "tarninspector|boost"; then
+    echo "tarn-run or the host links the debugger or Boost"
+    fail=1
+  fi
+  if ! "$nm" -D --defined-only "$debugger" | awk '{ print $3 }' | grep -qx tarnStartInspector; then
+    echo "the debugger library does not export tarnStartInspector"
+    fail=1
+  fi
 fi
 [ "$fail" = 0 ] && echo "linkage ok: $(basename "$bridge") exports loadBridges only"
 exit "$fail"

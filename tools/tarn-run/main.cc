@@ -15,6 +15,7 @@
 #include "AppConfig.h"
 #include "Logger.h"
 #include "extensions.h"
+#include "inspect.h"
 #include "tarn/host/Host.h"
 
 #ifndef TARN_VERSION
@@ -115,6 +116,14 @@ int main(int argc, char* argv[]) {
        "As --eval, then print the value of CODE as console.log does", "CODE"},
       {"module", 0, 0, G_OPTION_ARG_NONE, &module,
        "Run SCRIPT, -e CODE or standard input as an ES module (SCRIPT.mjs always is one)", nullptr},
+      {"inspect", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(inspectOption),
+       "Let a debugger (Chrome DevTools, VS Code) attach on HOST:PORT (default 127.0.0.1:9229)",
+       "[HOST:]PORT"},
+      {"inspect-brk", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(inspectOption),
+       "As --inspect, and wait for the debugger, stopped at the script's first line",
+       "[HOST:]PORT"},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
@@ -214,6 +223,14 @@ int main(int argc, char* argv[]) {
   if (tarnData) AppConfig::Instance()->SetTarnDataPath(tarnData);
   if (appData) AppConfig::Instance()->SetAppDataPath(appData);
 
+  int status = 0;
+  std::unique_ptr<tarn::host::ScriptDebugger> debugger =
+      startDebugger(hostOptions.evaluate            ? std::string("[eval]")
+                    : hostOptions.scriptPath == "-" ? std::string("[stdin]")
+                                                    : hostOptions.scriptPath,
+                    &status);
+  if (status != 0) return status;
+
   for (auto& extension : extensions) {
     std::string message;
     if (!extension->start(&message)) {
@@ -240,5 +257,6 @@ int main(int argc, char* argv[]) {
   }
   tarn::host::Host host(hostOptions);
   for (auto& extension : extensions) host.AddExtension(extension.get());
+  if (debugger) host.SetDebugger(debugger.get());
   return host.Run();
 }

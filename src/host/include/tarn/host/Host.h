@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tarn/host/Debugger.h"
 #include "tarn/host/Extension.h"
 
 namespace tarn {
@@ -35,6 +36,10 @@ class Host {
 
   // Extensions are installed in the order added; not owned.
   void AddExtension(Extension* extension);
+
+  // A debugger told about the run (tarn-run --inspect); not owned. None by
+  // default.
+  void SetDebugger(ScriptDebugger* debugger);
 
   // Loads the bridges, runs the script and the main loop until nothing is
   // pending or the script exits. Returns the process exit status: the

@@ -1,0 +1,868 @@
+// V8's inspector on the script thread. The server's thread queues what the
+// clients send (a new session, a message, a session gone) and wakes the
+// script thread three ways: a task through the runtime's hand-off (the GLib
+// loop is idle), an isolate interrupt (a script is running: a client can
+// pause a busy loop) and a condition variable (the thread is blocked here:
+// paused at a breakpoint, waiting for a client with --inspect-brk, or for
+// the clients to leave at the end). Everything V8 is touched on the script
+// thread only; what V8 sends back is handed to the server's thread.
+#include "Inspector.h"
+
+#include <arpa/inet.h>
+#include <json/json.h>
+#include <strings.h>
+#include <unistd.h>
+#include <v8-inspector.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <vector>
+
+#include "InspectorServer.h"
+#include "Runtime.h"
+
+#ifndef TARN_VERSION
+#define TARN_VERSION "0.0.0"
+#endif
+
+namespace tarn {
+namespace inspector {
+
+namespace {
+
+constexpr int kContextGroup = 1;
+constexpr const char* kHelp = "docs/host.md, section \"Debugging\"";
+
+bool AllDigits(const std::string& text) {
+  if (text.empty()) return false;
+  for (char c : text) {
+    if (c < '0' || c > '9') return false;
+  }
+  return true;
+}
+
+// --- text between the protocol (UTF-8 on the wire) and V8's string views --
+
+void AppendUtf8(uint32_t code, std::string* out) {
+  if (code < 0x80) {
+    out->push_back(static_cast<char>(code));
+  } else if (code < 0x800) {
+    out->push_back(static_cast<char>(0xC0 | (code >> 6)));
+    out->push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  } else if (code < 0x10000) {
+    out->push_back(static_cast<char>(0xE0 | (code >> 12)));
+    out->push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  } else {
+    out->push_back(static_cast<char>(0xF0 | (code >> 18)));
+    out->push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  }
+}
+
+// Decodes one UTF-8 sequence at text[*i]; U+FFFD (one byte consumed) for
+// anything malformed, overlong or a surrogate.
+uint32_t NextUtf8(const std::string& text, size_t* i) {
+  const auto byte = [&](size_t at) { return static_cast<unsigned char>(text[at]); };
+  unsigned char lead = byte(*i);
+  size_t length = lead < 0x80           ? 1
+                  : (lead >> 5) == 0x6  ? 2
+                  : (lead >> 4) == 0xE  ? 3
+                  : (lead >> 3) == 0x1E ? 4
+                                        : 0;
+  if (length == 0 || *i + length > text.size()) {
+    ++*i;
+    return 0xFFFD;
+  }
+  uint32_t code = length == 1 ? lead : lead & (0x7F >> length);
+  for (size_t k = 1; k < length; ++k) {
+    unsigned char next = byte(*i + k);
+    if ((next & 0xC0) != 0x80) {
+      ++*i;
+      return 0xFFFD;
+    }
+    code = (code << 6) | (next & 0x3F);
+  }
+  static const uint32_t kMinimum[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (code < kMinimum[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
+    ++*i;
+    return 0xFFFD;
+  }
+  *i += length;
+  return code;
+}
+
+bool ValidUtf8(const std::string& text) {
+  for (size_t i = 0; i < text.size();) {
+    size_t at = i;
+    if (NextUtf8(text, &i) == 0xFFFD &&
+        !(i - at == 3 && text.compare(at, 3, "\xEF\xBF\xBD") == 0)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::vector<uint16_t> Utf8ToUtf16(const std::string& text) {
+  std::vector<uint16_t> out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    uint32_t code = NextUtf8(text, &i);
+    if (code >= 0x10000) {
+      code -= 0x10000;
+      out.push_back(static_cast<uint16_t>(0xD800 | (code >> 10)));
+      out.push_back(static_cast<uint16_t>(0xDC00 | (code & 0x3FF)));
+    } else {
+      out.push_back(static_cast<uint16_t>(code));
+    }
+  }
+  return out;
+}
+
+// V8's 8-bit views of protocol text hold the UTF-8 of its JSON; other 8-bit
+// text (a script's name) is Latin-1, told apart by not being valid UTF-8.
+std::string ToUtf8(const v8_inspector::StringView& view) {
+  std::string out;
+  if (view.is8Bit()) {
+    std::string bytes(reinterpret_cast<const char*>(view.characters8()), view.length());
+    if (ValidUtf8(bytes)) return bytes;
+    for (unsigned char c : bytes) AppendUtf8(c, &out);
+    return out;
+  }
+  const uint16_t* units = view.characters16();
+  size_t length = view.length();
+  out.reserve(length);
+  for (size_t i = 0; i < length; ++i) {
+    uint32_t code = units[i];
+    if (code >= 0xD800 && code <= 0xDBFF && i + 1 < length && units[i + 1] >= 0xDC00 &&
+        units[i + 1] <= 0xDFFF) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (units[i + 1] - 0xDC00);
+      ++i;
+    } else if (code >= 0xD800 && code <= 0xDFFF) {
+      code = 0xFFFD;
+    }
+    AppendUtf8(code, &out);
+  }
+  return out;
+}
+
+std::vector<uint16_t> Utf16(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+  std::vector<uint16_t> out;
+  if (value.IsEmpty() || !value->IsString()) return out;
+  v8::Local<v8::String> text = value.As<v8::String>();
+  out.resize(static_cast<size_t>(text->Length()));
+  text->Write(isolate, out.data(), 0, text->Length(), v8::String::NO_NULL_TERMINATION);
+  return out;
+}
+
+v8_inspector::StringView View(const std::vector<uint16_t>& text) {
+  return v8_inspector::StringView(text.data(), text.size());
+}
+
+// Only for ASCII text: V8 reads an 8-bit view as Latin-1.
+v8_inspector::StringView AsciiView(const std::string& text) {
+  return v8_inspector::StringView(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+std::string CompactJson(const Json::Value& value) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["emitUTF8"] = true;
+  return Json::writeString(builder, value);
+}
+
+// --- script names as URLs ----------------------------------------------------
+
+// An absolute path with "." and ".." taken out, without looking at the file
+// system: the same name always gives the same URL.
+std::string Normalize(const std::string& absolute) {
+  std::vector<std::string> parts;
+  size_t start = 0;
+  while (start <= absolute.size()) {
+    size_t end = absolute.find('/', start);
+    if (end == std::string::npos) end = absolute.size();
+    std::string part = absolute.substr(start, end - start);
+    if (part == "..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    start = end + 1;
+  }
+  std::string path;
+  for (const std::string& part : parts) path += "/" + part;
+  return path.empty() ? "/" : path;
+}
+
+std::string FileUrl(const std::string& absolutePath) {
+  static const char kHex[] = "0123456789ABCDEF";
+  std::string url = "file://";
+  for (unsigned char c : absolutePath) {
+    if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+        c == '.' || c == '_' || c == '~' || c == '/') {
+      url.push_back(static_cast<char>(c));
+    } else {
+      url.push_back('%');
+      url.push_back(kHex[c >> 4]);
+      url.push_back(kHex[c & 0xF]);
+    }
+  }
+  return url;
+}
+
+std::string CurrentDirectory() {
+  std::vector<char> buffer(4096);
+  while (!getcwd(buffer.data(), buffer.size())) {
+    if (errno != ERANGE || buffer.size() > (1u << 20)) return "/";
+    buffer.resize(buffer.size() * 2);
+  }
+  return buffer.data();
+}
+
+// Whether a name starts with a URL scheme ("file:", "https:", "tarn:").
+bool HasScheme(const std::string& name) {
+  size_t colon = name.find(':');
+  if (colon == std::string::npos || colon == 0 ||
+      !((name[0] >= 'a' && name[0] <= 'z') || (name[0] >= 'A' && name[0] <= 'Z'))) {
+    return false;
+  }
+  for (size_t i = 1; i < colon; ++i) {
+    char c = name[i];
+    if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '+' ||
+          c == '-' || c == '.')) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The URL of a script named on the command line or by tarn.load; empty for
+// the names of code that has no file ("[eval]", "[stdin]") and for what is a
+// URL already (the host's own scripts, modules named by URL).
+std::string ScriptUrl(const std::string& name, const std::string& directory) {
+  if (name.empty() || name[0] == '[' || HasScheme(name)) return "";
+  return FileUrl(Normalize(name[0] == '/' ? name : directory + "/" + name));
+}
+
+std::string NewTargetId() {
+  std::random_device random;
+  unsigned char bytes[16];
+  for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
+  bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);  // version 4
+  bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);  // RFC 4122 variant
+  static const char kHex[] = "0123456789abcdef";
+  std::string id;
+  for (int i = 0; i < 16; ++i) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) id.push_back('-');
+    id.push_back(kHex[bytes[i] >> 4]);
+    id.push_back(kHex[bytes[i] & 0xF]);
+  }
+  return id;
+}
+
+// --- console -------------------------------------------------------------
+
+// The host's console method wrapped so that V8's own console method (whose
+// only work is to report the call to the inspector, with its arguments and
+// stack) is called first. Data: [V8's method, the host's method, V8's console].
+void ForwardConsole(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::Array> data = info.Data().As<v8::Array>();
+  v8::Local<v8::Value> engineMethod, hostMethod, engineConsole;
+  if (!data->Get(context, 0).ToLocal(&engineMethod) ||
+      !data->Get(context, 1).ToLocal(&hostMethod) ||
+      !data->Get(context, 2).ToLocal(&engineConsole)) {
+    return;
+  }
+  std::vector<v8::Local<v8::Value>> args;
+  args.reserve(static_cast<size_t>(info.Length()));
+  for (int i = 0; i < info.Length(); ++i) args.push_back(info[i]);
+  v8::Local<v8::Value> result;
+  if (!engineMethod.As<v8::Function>()
+           ->Call(context, engineConsole, info.Length(), args.data())
+           .ToLocal(&result)) {
+    return;
+  }
+  if (hostMethod.As<v8::Function>()
+          ->Call(context, info.This(), info.Length(), args.data())
+          .ToLocal(&result)) {
+    info.GetReturnValue().Set(result);
+  }
+}
+
+// --- the inspector -------------------------------------------------------
+
+class Inspector final : public host::ScriptDebugger,
+                        public v8_inspector::V8InspectorClient,
+                        public InspectorServer::Delegate {
+ public:
+  Inspector(const ListenAddress& address, bool breakOnStart, const std::string& target)
+      : address_(address),
+        breakOnStart_(breakOnStart),
+        target_(target),
+        id_(NewTargetId()),
+        directory_(CurrentDirectory()) {}
+
+  ~Inspector() override {
+    if (server_) server_->Stop();
+  }
+
+  // Starts the server and prints where it listens; false after printing why
+  // it cannot.
+  bool Listen() {
+    std::string url = ScriptUrl(target_, directory_);
+    InspectorServer::Target target{id_, target_, url, "tarn-run/" TARN_VERSION};
+    auto server = std::make_unique<InspectorServer>(target, this);
+    std::string error;
+    if (!server->Start(address_.bind, address_.port, &error)) {
+      std::fprintf(stderr, "Starting inspector on %s:%u failed: %s\n", address_.display.c_str(),
+                   static_cast<unsigned>(address_.port), error.c_str());
+      return false;
+    }
+    server_ = std::move(server);
+    unsigned port = server_->Port();
+    if (!address_.loopback) {
+      std::fprintf(stderr,
+                   "Warning: the debugger listens on %s:%u, which other machines may reach. "
+                   "Anyone who connects can run any code in this process; bind it to "
+                   "127.0.0.1 (the default) unless that is what you want.\n",
+                   address_.display.c_str(), port);
+    }
+    std::fprintf(stderr, "Debugger listening on ws://%s:%u/%s\nFor help, see: %s\n\n",
+                 address_.display.c_str(), port, id_.c_str(), kHelp);
+    std::fflush(stderr);
+    return true;
+  }
+
+  // --- ScriptDebugger (script thread) ---
+
+  void contextCreated(v8::Local<v8::Context> context) override {
+    isolate_ = context->GetIsolate();
+    v8::HandleScope scope(isolate_);
+    inspector_ = v8_inspector::V8Inspector::create(isolate_, this);
+    // An uncaught error's message keeps its stack, for the report above.
+    isolate_->SetCaptureStackTraceForUncaughtExceptions(true, 32);
+    context_.Reset(isolate_, context);
+    std::string name = "tarn-run[" + std::to_string(getpid()) + "]";
+    std::string auxData = R"({"isDefault":true})";
+    v8_inspector::V8ContextInfo info(context, kContextGroup, AsciiView(name));
+    info.auxData = AsciiView(auxData);
+    inspector_->contextCreated(info);
+    // V8's own console, before the host puts its own in its place.
+    v8::TryCatch tryCatch(isolate_);
+    v8::Local<v8::Value> console;
+    if (context->Global()
+            ->Get(context, v8::String::NewFromUtf8Literal(isolate_, "console"))
+            .ToLocal(&console) &&
+        console->IsObject()) {
+      engineConsole_.Reset(isolate_, console.As<v8::Object>());
+    }
+    g_active.store(this);
+    std::lock_guard<std::mutex> lock(mutex_);
+    runtime_ = host::Runtime::Current();
+    interruptIsolate_ = isolate_;
+    if (!queue_.empty()) WakeLocked();
+  }
+
+  void uncaughtError(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
+                     v8::Local<v8::Message> message, bool inPromise) override {
+    if (!inspector_ || contextDestroyed_ || context.IsEmpty()) return;
+    v8::HandleScope scope(isolate_);
+    v8::TryCatch tryCatch(isolate_);
+    // As node reports it: the console of DevTools shows the error in red.
+    std::string text = inPromise ? "Uncaught (in promise)" : "Uncaught";
+    std::vector<uint16_t> detail, url;
+    unsigned line = 0, column = 0;
+    int scriptId = 0;
+    std::unique_ptr<v8_inspector::V8StackTrace> stack;
+    if (!message.IsEmpty()) {
+      detail = Utf16(isolate_, message->Get());
+      v8::Local<v8::Value> name = message->GetScriptResourceName();
+      if (name->IsString()) {
+        std::string file = ScriptUrl(ToUtf8(View(Utf16(isolate_, name))), directory_);
+        url = file.empty() ? Utf16(isolate_, name) : Utf8ToUtf16(file);
+      }
+      // Both counted from 1 here.
+      line = static_cast<unsigned>(std::max(0, message->GetLineNumber(context).FromMaybe(0)));
+      column =
+          static_cast<unsigned>(std::max(0, message->GetStartColumn(context).FromMaybe(-1) + 1));
+      scriptId = message->GetScriptOrigin().ScriptId();
+      v8::Local<v8::StackTrace> trace = message->GetStackTrace();
+      if (!trace.IsEmpty() && trace->GetFrameCount() > 0) {
+        stack = inspector_->createStackTrace(trace);
+      }
+    }
+    inspector_->exceptionThrown(context, AsciiView(text), error, View(detail), View(url), line,
+                                column, std::move(stack), scriptId);
+  }
+
+  void beforeScript(v8::Local<v8::Context> context) override {
+    if (!inspector_) return;
+    WrapConsole(context);
+    if (breakOnStart_ && server_) {
+      waitingForDebugger_ = true;
+      WaitUntil([this] { return !waitingForDebugger_; });
+    }
+  }
+
+  void scriptEnded(v8::Local<v8::Context> context) override {
+    if (!inspector_) return;
+    v8::HandleScope scope(isolate_);
+    Event event;
+    while (Take(&event, false)) Handle(event);
+    if (!sessions_.empty()) {
+      std::fprintf(stderr, "Waiting for the debugger to disconnect...\n");
+      std::fflush(stderr);
+      // A client that asked to be told (VS Code) keeps the context to look at;
+      // the others see it destroyed, as node does.
+      bool kept = false;
+      for (auto& entry : sessions_) {
+        if (entry.second->keepContext) {
+          entry.second->Send(R"({"method":"NodeRuntime.waitingForDisconnect","params":{}})");
+          kept = true;
+        }
+      }
+      if (!kept) DestroyContext(context);
+      if (server_) server_->StopAccepting();
+      WaitUntil([this] { return sessions_.empty(); });
+    }
+    if (server_) server_->StopAccepting();
+    DestroyContext(context);
+    std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    queue_.clear();
+  }
+
+  void shutdown() override {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      closed_ = true;
+      queue_.clear();
+      runtime_ = nullptr;
+      interruptIsolate_ = nullptr;
+    }
+    g_active.store(nullptr);
+    if (server_) server_->Stop();
+    // The sessions go before the inspector they belong to.
+    sessions_.clear();
+    engineConsole_.Reset();
+    context_.Reset();
+    inspector_.reset();
+  }
+
+  // --- V8InspectorClient (script thread) ---
+
+  void runMessageLoopOnPause(int) override {
+    if (paused_) return;
+    paused_ = true;
+    quitPause_ = false;
+    WaitUntil([this] { return quitPause_; });
+    paused_ = false;
+  }
+
+  void quitMessageLoopOnPause() override { quitPause_ = true; }
+
+  void runIfWaitingForDebugger(int) override {
+    if (!waitingForDebugger_) return;
+    waitingForDebugger_ = false;
+    // As node's --inspect-brk: the script's first statement is where every
+    // session with the debugger enabled stops.
+    std::string reason = "Break on start";
+    for (auto& entry : sessions_) {
+      entry.second->v8session->schedulePauseOnNextStatement(AsciiView(reason),
+                                                            v8_inspector::StringView());
+    }
+  }
+
+  v8::Local<v8::Context> ensureDefaultContextInGroup(int) override {
+    if (context_.IsEmpty() || contextDestroyed_) return v8::Local<v8::Context>();
+    return context_.Get(isolate_);
+  }
+
+  double currentTimeMS() override {
+    return std::chrono::duration<double, std::milli>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+  }
+
+  std::unique_ptr<v8_inspector::StringBuffer> resourceNameToUrl(
+      const v8_inspector::StringView& resourceName) override {
+    std::string url = ScriptUrl(ToUtf8(resourceName), directory_);
+    if (url.empty()) return nullptr;
+    return v8_inspector::StringBuffer::create(AsciiView(url));
+  }
+
+  // --- InspectorServer::Delegate (server thread) ---
+
+  void SessionStarted(int session) override {
+    if (Push(Event{Event::kConnect, session, std::string()})) {
+      std::fprintf(stderr, "Debugger attached.\n");
+      std::fflush(stderr);
+    }
+  }
+
+  void MessageReceived(int session, std::string message) override {
+    Push(Event{Event::kMessage, session, std::move(message)});
+  }
+
+  void SessionEnded(int session) override {
+    Push(Event{Event::kDisconnect, session, std::string()});
+  }
+
+ private:
+  struct Event {
+    enum Kind { kConnect, kMessage, kDisconnect } kind = kMessage;
+    int session = 0;
+    std::string message;
+  };
+
+  // One client: V8's session and the channel its answers leave by.
+  class Session final : public v8_inspector::V8Inspector::Channel {
+   public:
+    Session(Inspector* owner, int id) : owner_(owner), id(id) {}
+    // V8's session sends its last notifications here as it goes.
+    ~Session() override { v8session.reset(); }
+
+    void sendResponse(int, std::unique_ptr<v8_inspector::StringBuffer> message) override {
+      Send(ToUtf8(message->string()));
+    }
+    void sendNotification(std::unique_ptr<v8_inspector::StringBuffer> message) override {
+      Send(ToUtf8(message->string()));
+    }
+    void flushProtocolNotifications() override {}
+
+    void Send(std::string message) { owner_->server_->Send(id, std::move(message)); }
+
+   private:
+    Inspector* owner_;
+
+   public:
+    const int id;
+    std::unique_ptr<v8_inspector::V8InspectorSession> v8session;
+    int depth = 0;             // its messages being dispatched, nested while paused
+    bool gone = false;         // the client left while one was being dispatched
+    bool keepContext = false;  // NodeRuntime.notifyWhenWaitingForDisconnect
+  };
+
+  static std::atomic<Inspector*> g_active;
+
+  static void OnInterrupt(v8::Isolate*, void*) {
+    Inspector* self = g_active.load();
+    if (!self) return;
+    {
+      std::lock_guard<std::mutex> lock(self->mutex_);
+      self->interruptPending_ = false;
+    }
+    self->Pump();
+  }
+
+  // Server thread. False once the script side takes nothing more.
+  bool Push(Event event) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (closed_) return false;
+    queue_.push_back(std::move(event));
+    wake_.notify_all();
+    WakeLocked();
+    return true;
+  }
+
+  // With mutex_ held.
+  void WakeLocked() {
+    if (runtime_ && !wakePosted_) {
+      wakePosted_ = true;
+      runtime_->Post([this] {
+        {
+          std::lock_guard<std::mutex> lock(mutex_);
+          wakePosted_ = false;
+        }
+        Pump();
+      });
+    }
+    // One pending interrupt is enough: it handles the whole queue.
+    if (interruptIsolate_ && !interruptPending_) {
+      interruptPending_ = true;
+      interruptIsolate_->RequestInterrupt(&Inspector::OnInterrupt, nullptr);
+    }
+  }
+
+  bool Take(Event* event, bool wait) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (wait) wake_.wait(lock, [this] { return !queue_.empty() || closed_; });
+    if (queue_.empty()) return false;
+    *event = std::move(queue_.front());
+    queue_.pop_front();
+    return true;
+  }
+
+  // From the loop's task or an interrupt: handles what is queued, unless a
+  // message is being dispatched already (an interrupt inside a script that
+  // a client's message runs); the one dispatching picks the rest up.
+  void Pump() {
+    if (!inspector_ || dispatchDepth_ > 0) return;
+    v8::HandleScope scope(isolate_);
+    Event event;
+    while (Take(&event, false)) Handle(event);
+  }
+
+  // Blocks the script thread, handling what arrives, until done() holds.
+  void WaitUntil(const std::function<bool()>& done) {
+    v8::HandleScope scope(isolate_);
+    while (!done()) {
+      Event event;
+      if (!Take(&event, true)) return;
+      Handle(event);
+    }
+  }
+
+  void Handle(Event& event) {
+    if (event.kind == Event::kConnect) {
+      auto session = std::make_unique<Session>(this, event.session);
+      session->v8session =
+          inspector_->connect(kContextGroup, session.get(), v8_inspector::StringView());
+      sessions_[event.session] = std::move(session);
+      return;
+    }
+    auto found = sessions_.find(event.session);
+    if (found == sessions_.end()) return;
+    Session* session = found->second.get();
+    if (event.kind == Event::kDisconnect) {
+      if (session->depth == 0) {
+        sessions_.erase(found);
+        return;
+      }
+      // Its dispatch is below on this stack: it goes when that returns. A
+      // pause nobody else can end is ended now.
+      session->gone = true;
+      bool others = false;
+      for (auto& entry : sessions_) others = others || !entry.second->gone;
+      if (paused_ && !others) session->v8session->resume();
+      return;
+    }
+    if (session->gone || HandleNodeRuntime(session, event.message)) return;
+    std::vector<uint16_t> text = Utf8ToUtf16(event.message);
+    ++session->depth;
+    ++dispatchDepth_;
+    session->v8session->dispatchProtocolMessage(v8_inspector::StringView(text.data(), text.size()));
+    --dispatchDepth_;
+    --session->depth;
+    if (session->gone && session->depth == 0) sessions_.erase(session->id);
+  }
+
+  // The NodeRuntime methods clients of node send: VS Code asks to be told
+  // when the script has ended, to detach then.
+  bool HandleNodeRuntime(Session* session, const std::string& message) {
+    if (message.find("NodeRuntime.") == std::string::npos) return false;
+    Json::CharReaderBuilder builder;
+    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value request;
+    std::string errors;
+    if (!reader->parse(message.data(), message.data() + message.size(), &request, &errors) ||
+        !request.isObject() || !request["method"].isString()) {
+      return false;
+    }
+    const std::string method = request["method"].asString();
+    const Json::Value& params = request["params"];
+    if (method == "NodeRuntime.notifyWhenWaitingForDisconnect") {
+      session->keepContext =
+          params.isObject() && params["enabled"].isBool() && params["enabled"].asBool();
+    } else if (method != "NodeRuntime.enable" && method != "NodeRuntime.disable") {
+      return false;
+    }
+    Json::Value reply(Json::objectValue);
+    reply["id"] = request["id"];
+    reply["result"] = Json::Value(Json::objectValue);
+    session->Send(CompactJson(reply));
+    if (method == "NodeRuntime.enable" && waitingForDebugger_) {
+      session->Send(R"({"method":"NodeRuntime.waitingForDebugger","params":{}})");
+    }
+    return true;
+  }
+
+  // Each console method the host defines that V8's console also has reports
+  // to the inspector, then does what it did.
+  void WrapConsole(v8::Local<v8::Context> context) {
+    if (engineConsole_.IsEmpty()) return;
+    v8::HandleScope scope(isolate_);
+    v8::TryCatch tryCatch(isolate_);
+    v8::Local<v8::Object> engineConsole = engineConsole_.Get(isolate_);
+    v8::Local<v8::Value> value;
+    if (!context->Global()
+             ->Get(context, v8::String::NewFromUtf8Literal(isolate_, "console"))
+             .ToLocal(&value) ||
+        !value->IsObject() || value->StrictEquals(engineConsole)) {
+      return;
+    }
+    v8::Local<v8::Object> hostConsole = value.As<v8::Object>();
+    v8::Local<v8::Array> names;
+    if (!hostConsole->GetOwnPropertyNames(context).ToLocal(&names)) return;
+    for (uint32_t i = 0; i < names->Length(); ++i) {
+      v8::Local<v8::Value> name, hostMethod, engineMethod;
+      if (!names->Get(context, i).ToLocal(&name) || !name->IsString() ||
+          !hostConsole->Get(context, name).ToLocal(&hostMethod) || !hostMethod->IsFunction() ||
+          !engineConsole->Get(context, name).ToLocal(&engineMethod) ||
+          !engineMethod->IsFunction()) {
+        continue;
+      }
+      v8::Local<v8::Array> data = v8::Array::New(isolate_, 3);
+      v8::Local<v8::Function> wrapper;
+      if (data->Set(context, 0, engineMethod).IsNothing() ||
+          data->Set(context, 1, hostMethod).IsNothing() ||
+          data->Set(context, 2, engineConsole).IsNothing() ||
+          !v8::Function::New(context, ForwardConsole, data, 0, v8::ConstructorBehavior::kThrow)
+               .ToLocal(&wrapper)) {
+        continue;
+      }
+      wrapper->SetName(name.As<v8::String>());
+      if (hostConsole->Set(context, name, wrapper).IsNothing()) continue;
+    }
+  }
+
+  void DestroyContext(v8::Local<v8::Context> context) {
+    if (contextDestroyed_) return;
+    contextDestroyed_ = true;
+    inspector_->contextDestroyed(context);
+  }
+
+  const ListenAddress address_;
+  const bool breakOnStart_;
+  const std::string target_;
+  const std::string id_;
+  const std::string directory_;  // relative script names are taken from here
+  std::unique_ptr<InspectorServer> server_;
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<Event> queue_;                  // guarded by mutex_
+  host::Runtime* runtime_ = nullptr;         // guarded by mutex_
+  v8::Isolate* interruptIsolate_ = nullptr;  // guarded by mutex_
+  bool wakePosted_ = false;                  // guarded by mutex_
+  bool interruptPending_ = false;            // guarded by mutex_
+  bool closed_ = false;                      // guarded by mutex_
+
+  // Script thread only.
+  v8::Isolate* isolate_ = nullptr;
+  std::unique_ptr<v8_inspector::V8Inspector> inspector_;
+  v8::Global<v8::Context> context_;
+  v8::Global<v8::Object> engineConsole_;
+  std::map<int, std::unique_ptr<Session>> sessions_;
+  int dispatchDepth_ = 0;
+  bool paused_ = false;
+  bool quitPause_ = false;
+  bool waitingForDebugger_ = false;
+  bool contextDestroyed_ = false;
+};
+
+// The inspector an interrupt finds; null once it has shut down, so an
+// interrupt still pending then does nothing.
+std::atomic<Inspector*> Inspector::g_active{nullptr};
+
+}  // namespace
+
+bool ParseListenAddress(const char* value, ListenAddress* address, std::string* error) {
+  *address = ListenAddress{"127.0.0.1", "127.0.0.1", 9229, true};
+  if (!value) return true;
+  const std::string text = value;
+  std::string host, port;
+  bool hasHost = false, hasPort = false, bracketed = false;
+  if (text.empty()) {
+    *error = "expected [HOST:]PORT";
+    return false;
+  }
+  if (text[0] == '[') {
+    size_t close = text.find(']');
+    if (close == std::string::npos) {
+      *error = "an IPv6 address in brackets lacks its ']'";
+      return false;
+    }
+    host = text.substr(1, close - 1);
+    hasHost = bracketed = true;
+    std::string rest = text.substr(close + 1);
+    if (!rest.empty()) {
+      if (rest[0] != ':') {
+        *error = "expected [HOST:]PORT";
+        return false;
+      }
+      port = rest.substr(1);
+      hasPort = true;
+    }
+  } else if (AllDigits(text)) {
+    port = text;
+    hasPort = true;
+  } else {
+    size_t colon = text.find(':');
+    if (colon != std::string::npos && text.find(':', colon + 1) == std::string::npos) {
+      host = text.substr(0, colon);
+      port = text.substr(colon + 1);
+      hasHost = !host.empty();
+      hasPort = true;
+    } else {
+      host = text;  // a host alone, or an IPv6 address without brackets
+      hasHost = true;
+    }
+  }
+  if (hasPort) {
+    unsigned long number = AllDigits(port) && port.size() <= 5 ? std::stoul(port) : 70000;
+    if (number != 0 && (number < 1024 || number > 65535)) {
+      *error = "the port must be 0 or in range 1024 to 65535";
+      return false;
+    }
+    address->port = static_cast<uint16_t>(number);
+  }
+  if (!hasHost) return true;
+  in_addr v4;
+  in6_addr v6;
+  if (!bracketed && strcasecmp(host.c_str(), "localhost") == 0) {
+    address->display = "localhost";
+  } else if (!bracketed && inet_pton(AF_INET, host.c_str(), &v4) == 1) {
+    address->bind = address->display = host;
+    address->loopback = (ntohl(v4.s_addr) >> 24) == 127;
+  } else if (inet_pton(AF_INET6, host.c_str(), &v6) == 1) {
+    address->bind = host;
+    address->display = "[" + host + "]";
+    address->loopback =
+        IN6_IS_ADDR_LOOPBACK(&v6) || (IN6_IS_ADDR_V4MAPPED(&v6) && v6.s6_addr[12] == 127);
+  } else {
+    *error = "\"" + host + "\" is not an IP address or localhost (expected [HOST:]PORT)";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace inspector
+}  // namespace tarn
+
+extern "C" __attribute__((visibility("default"))) tarn::host::ScriptDebugger* tarnStartInspector(
+    const char* option, const char* value, int breakOnStart, const char* target, int* status) {
+  using tarn::inspector::ListenAddress;
+  *status = 0;
+  ListenAddress address;
+  std::string error;
+  if (!tarn::inspector::ParseListenAddress(value, &address, &error)) {
+    std::fprintf(stderr, "tarn-run: %s%s%s: %s\n", option, value ? "=" : "", value ? value : "",
+                 error.c_str());
+    *status = 2;
+    return nullptr;
+  }
+  try {
+    auto inspector = std::make_unique<tarn::inspector::Inspector>(address, breakOnStart != 0,
+                                                                  target ? target : "");
+    if (!inspector->Listen()) return nullptr;
+    return inspector.release();
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "Starting inspector on %s:%u failed: %s\n", address.display.c_str(),
+                 static_cast<unsigned>(address.port), e.what());
+    return nullptr;
+  }
+}

@@ -1,0 +1,40 @@
+// The debugger behind tarn-run --inspect and --inspect-brk: V8's inspector
+// on the script thread, reached through InspectorServer. It lives in a
+// library of its own (libtarninspector.so) that tarn-run loads only when one
+// of the options is given, so a run without them neither loads nor starts
+// anything of it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tarn/host/Debugger.h"
+
+namespace tarn {
+namespace inspector {
+
+// Where the debugger listens, from the option's value.
+struct ListenAddress {
+  std::string bind;     // the IP address bound
+  std::string display;  // as printed in URLs: "127.0.0.1", "[::1]", "localhost"
+  uint16_t port = 9229;
+  bool loopback = true;
+};
+
+// Reads "[HOST:]PORT" (null: the default 127.0.0.1:9229). HOST is an IPv4
+// address, an IPv6 address in brackets, or localhost; PORT is 0 (any free
+// one) or 1024-65535. False with a one-line reason in *error.
+bool ParseListenAddress(const char* value, ListenAddress* address, std::string* error);
+
+}  // namespace inspector
+}  // namespace tarn
+
+// The library's entry, looked up by tarn-run with dlsym. `option` is the
+// option as given ("--inspect-brk"), `value` its value or null, `target` the
+// script's path as given or "[eval]"/"[stdin]". Returns the debugger, listening
+// and with its address printed; or null with *status 2 after a message for a
+// bad value, or null with *status 0 when it cannot listen (the message
+// printed, the script then runs without a debugger, as node does).
+extern "C" tarn::host::ScriptDebugger* tarnStartInspector(const char* option, const char* value,
+                                                          int breakOnStart, const char* target,
+                                                          int* status);

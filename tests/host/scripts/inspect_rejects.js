@@ -1,0 +1,1 @@
+Promise.reject(new Error("nobody catches this"));

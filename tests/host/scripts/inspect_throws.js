@@ -1,0 +1,4 @@
+function boom() {
+  throw new Error("boom");
+}
+setTimeout(boom, 10);

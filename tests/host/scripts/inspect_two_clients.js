@@ -1,0 +1,2 @@
+console.log('from the script');
+tarn.exitCode = 4;
