@@ -4,6 +4,7 @@
 // that needs it. Lines of plain texts are joined here without it, so a
 // script that only logs texts never compiles it.
 #include "Console.h"
+#include "ScriptText.h"
 
 #include <unistd.h>
 
@@ -40,16 +41,6 @@ struct ConsoleState {
 ConsoleState& State() {
   static ConsoleState state;
   return state;
-}
-
-v8::Local<v8::String> Text(v8::Isolate* isolate, const std::string& text) {
-  v8::Local<v8::String> result;
-  if (!v8::String::NewFromUtf8(isolate, text.data(), v8::NewStringType::kNormal,
-                               static_cast<int>(text.size()))
-           .ToLocal(&result)) {
-    return v8::String::Empty(isolate);
-  }
-  return result;
 }
 
 // UTF-8 as node writes it: a lone surrogate becomes U+FFFD.

@@ -7,6 +7,7 @@
 // the clients to leave at the end). Everything V8 is touched on the script
 // thread only; what V8 sends back is handed to the server's thread.
 #include "Inspector.h"
+#include "ScriptText.h"
 
 #include <arpa/inet.h>
 #include <json/json.h>
@@ -39,6 +40,8 @@ namespace tarn {
 namespace inspector {
 
 namespace {
+
+using host::NormalizePath;
 
 constexpr int kContextGroup = 1;
 constexpr const char* kHelp = "docs/host.md, section \"Debugging\"";
@@ -184,27 +187,6 @@ std::string CompactJson(const Json::Value& value) {
 
 // --- script names as URLs ----------------------------------------------------
 
-// An absolute path with "." and ".." taken out, without looking at the file
-// system: the same name always gives the same URL.
-std::string Normalize(const std::string& absolute) {
-  std::vector<std::string> parts;
-  size_t start = 0;
-  while (start <= absolute.size()) {
-    size_t end = absolute.find('/', start);
-    if (end == std::string::npos) end = absolute.size();
-    std::string part = absolute.substr(start, end - start);
-    if (part == "..") {
-      if (!parts.empty()) parts.pop_back();
-    } else if (!part.empty() && part != ".") {
-      parts.push_back(part);
-    }
-    start = end + 1;
-  }
-  std::string path;
-  for (const std::string& part : parts) path += "/" + part;
-  return path.empty() ? "/" : path;
-}
-
 std::string FileUrl(const std::string& absolutePath) {
   static const char kHex[] = "0123456789ABCDEF";
   std::string url = "file://";
@@ -252,7 +234,7 @@ bool HasScheme(const std::string& name) {
 // URL already (the host's own scripts, modules named by URL).
 std::string ScriptUrl(const std::string& name, const std::string& directory) {
   if (name.empty() || name[0] == '[' || HasScheme(name)) return "";
-  return FileUrl(Normalize(name[0] == '/' ? name : directory + "/" + name));
+  return FileUrl(NormalizePath(name[0] == '/' ? name : directory + "/" + name));
 }
 
 std::string NewTargetId() {

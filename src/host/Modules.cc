@@ -4,6 +4,7 @@
 // once, keyed by its real path. Linking then only looks up what loading
 // recorded, and loading errors name the import that failed.
 #include "Modules.h"
+#include "ScriptText.h"
 
 #include <limits.h>
 #include <stdlib.h>
@@ -72,21 +73,6 @@ struct Importer {
   std::string Text() const { return line > 0 ? name + ":" + std::to_string(line) : name; }
 };
 
-std::string Utf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
-  v8::String::Utf8Value utf8(isolate, value);
-  return *utf8 ? std::string(*utf8, utf8.length()) : std::string();
-}
-
-v8::Local<v8::String> Text(v8::Isolate* isolate, const std::string& text) {
-  v8::Local<v8::String> result;
-  if (!v8::String::NewFromUtf8(isolate, text.data(), v8::NewStringType::kNormal,
-                               static_cast<int>(text.size()))
-           .ToLocal(&result)) {
-    return v8::String::Empty(isolate);
-  }
-  return result;
-}
-
 // Throws an Error (a TypeError when asked) carrying node's error code as
 // `code`, so scripts can tell the cases apart as they do under node.
 void Throw(v8::Isolate* isolate, bool typeError, const std::string& message, const char* code) {
@@ -113,32 +99,11 @@ std::string CurrentDirectory() {
   return getcwd(buffer, sizeof buffer) ? std::string(buffer) : std::string(".");
 }
 
-// "." and ".." steps taken out by name, as a URL would be resolved, before
-// the file system is asked; a ".." above the root stays at the root.
-std::string Normalize(const std::string& absolute) {
-  std::vector<std::string> parts;
-  size_t start = 0;
-  while (start <= absolute.size()) {
-    size_t end = absolute.find('/', start);
-    if (end == std::string::npos) end = absolute.size();
-    std::string part = absolute.substr(start, end - start);
-    if (part == "..") {
-      if (!parts.empty()) parts.pop_back();
-    } else if (!part.empty() && part != ".") {
-      parts.push_back(part);
-    }
-    start = end + 1;
-  }
-  std::string result;
-  for (const std::string& part : parts) result += "/" + part;
-  return result.empty() ? "/" : result;
-}
-
 std::string Absolute(const std::string& directory, const std::string& path) {
-  if (!path.empty() && path[0] == '/') return Normalize(path);
+  if (!path.empty() && path[0] == '/') return NormalizePath(path);
   std::string base = directory.empty() ? "." : directory;
   if (base[0] != '/') base = CurrentDirectory() + "/" + base;
-  return Normalize(base + "/" + path);
+  return NormalizePath(base + "/" + path);
 }
 
 bool IsRelativeSpecifier(const std::string& specifier) {
@@ -253,7 +218,7 @@ bool SpecifierPath(v8::Isolate* isolate, const std::string& directory, const std
           "ERR_INVALID_FILE_URL_PATH");
     return false;
   }
-  *path = Normalize(decoded);
+  *path = NormalizePath(decoded);
   return true;
 }
 

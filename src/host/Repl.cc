@@ -5,6 +5,7 @@
 // level runs as an async function; the prompt returns when its promise settles, the loop running
 // meanwhile.
 #include "Repl.h"
+#include "ScriptText.h"
 
 #include <fcntl.h>
 #include <glib-unix.h>
@@ -42,6 +43,8 @@ namespace host {
 
 namespace {
 
+using host::Utf8;
+
 const char kHelp[] =
     ".break    Sometimes you get stuck, this gets you out\n"
     ".clear    Alias for .break\n"
@@ -52,21 +55,6 @@ const char kHelp[] =
     "Press Ctrl+C to abort current expression, Ctrl+D to exit the REPL\n";
 
 constexpr int kHistorySize = 1000;
-
-std::string Utf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
-  v8::String::Utf8Value utf8(isolate, value);
-  return *utf8 ? std::string(*utf8, utf8.length()) : std::string();
-}
-
-v8::Local<v8::String> Text(v8::Isolate* isolate, const std::string& text) {
-  v8::Local<v8::String> result;
-  if (!v8::String::NewFromUtf8(isolate, text.data(), v8::NewStringType::kNormal,
-                               static_cast<int>(text.size()))
-           .ToLocal(&result)) {
-    return v8::String::Empty(isolate);
-  }
-  return result;
-}
 
 void AppendUtf8(std::string* out, wchar_t c) {
   auto u = static_cast<uint32_t>(c);

@@ -3,6 +3,7 @@
 // context; each pending timer and each event listener holds the main loop
 // open.
 #include "ScriptApi.h"
+#include "ScriptText.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -51,21 +52,6 @@ struct ApiState {
 ApiState& State() {
   static ApiState state;
   return state;
-}
-
-std::string Utf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
-  v8::String::Utf8Value utf8(isolate, value);
-  return *utf8 ? std::string(*utf8, utf8.length()) : std::string();
-}
-
-v8::Local<v8::String> Text(v8::Isolate* isolate, const std::string& text) {
-  v8::Local<v8::String> result;
-  if (!v8::String::NewFromUtf8(isolate, text.data(), v8::NewStringType::kNormal,
-                               static_cast<int>(text.size()))
-           .ToLocal(&result)) {
-    return v8::String::Empty(isolate);
-  }
-  return result;
 }
 
 void ThrowType(v8::Isolate* isolate, const char* message) {
