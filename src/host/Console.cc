@@ -1,6 +1,6 @@
 // console: native methods that keep the console's state (group indentation,
 // counters, timers) and write whole lines; how values look is decided by the
-// embedded formatter (inspect.js), compiled in a context on the first call
+// embedded formatter (formatter.js), compiled in a context on the first call
 // that needs it. Lines of plain texts are joined here without it, so a
 // script that only logs texts never compiles it.
 #include "Console.h"
@@ -24,7 +24,7 @@
 namespace tarn {
 namespace host {
 
-// InspectSource.cc: the embedded text of inspect.js and its length.
+// FormatterSource.cc: the embedded text of formatter.js and its length.
 const unsigned char* InspectSourceText(std::size_t* length);
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <v8.h>
 
-#include "Inspect.h"
+#include "ValueFormat.h"
 
 namespace tarn {
 namespace host {

@@ -29,10 +29,10 @@
 #include <thread>
 #include <vector>
 
-#include "Inspect.h"
 #include "ReplSource.h"
 #include "Runtime.h"
 #include "ScriptBridge.h"
+#include "ValueFormat.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"

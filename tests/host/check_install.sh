@@ -11,7 +11,7 @@ trap 'rm -rf "$prefix"' EXIT
 cmake --install "$build" --prefix "$prefix" > "$prefix.log" 2>&1 || { cat "$prefix.log"; rm -f "$prefix.log"; exit 1; }
 rm -f "$prefix.log"
 fail=0
-for f in bin/tarn-run lib/libtarnhost.so lib/libtarnrepl.so lib/libtarninspector.so lib/libtvsim.so \
+for f in bin/tarn-run lib/libtarnhost.so lib/libtarnrepl.so lib/libtarndebugger.so lib/libtvsim.so \
          lib/libqdutil.so share/doc/qdutil/host.md \
          share/doc/qdutil/examples/demo.js; do
   [ -e "$prefix/$f" ] || { echo "not installed: $f"; fail=1; }

@@ -31,7 +31,7 @@ if readelf -d "$host" | grep NEEDED | grep libtvsim; then
   fail=1
 fi
 if [ -n "$tarnrun" ]; then
-  if readelf -d "$host" "$tarnrun" | grep NEEDED | grep -E "tarninspector|boost"; then
+  if readelf -d "$host" "$tarnrun" | grep NEEDED | grep -E "tarndebugger|boost"; then
     echo "tarn-run or the host links the debugger or Boost"
     fail=1
   fi

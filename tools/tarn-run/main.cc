@@ -14,8 +14,8 @@
 
 #include "AppConfig.h"
 #include "Logger.h"
+#include "debugger.h"
 #include "extensions.h"
-#include "inspect.h"
 #include "tarn/host/Host.h"
 
 #ifndef TARN_VERSION

@@ -1,4 +1,4 @@
-#include "inspect.h"
+#include "debugger.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
-#ifndef TARN_INSPECTOR_LIBRARY
-#define TARN_INSPECTOR_LIBRARY "libtarninspector.so"
+#ifndef TARN_DEBUGGER_LIBRARY
+#define TARN_DEBUGGER_LIBRARY "libtarndebugger.so"
 #endif
 
 namespace {
@@ -49,7 +49,7 @@ gboolean inspectOption(const gchar* name, const gchar* value, gpointer, GError**
 std::unique_ptr<tarn::host::ScriptDebugger> startDebugger(const std::string& target, int* status) {
   *status = 0;
   if (!g_request.given) return nullptr;
-  std::string path = BesideProgram(TARN_INSPECTOR_LIBRARY);
+  std::string path = BesideProgram(TARN_DEBUGGER_LIBRARY);
   // Stays loaded until the process ends.
   void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) {

@@ -1,10 +1,10 @@
-// The console formatter's source text (inspect.js), built into the library
+// The console formatter's source text (formatter.js), built into the library
 // through a generated header. It has a file of its own so that the sanitizer
 // build can leave this one array uninstrumented: the instrumentation would
 // record the header's path, in the build folder, in the library.
 #include <cstddef>
 
-#include "InspectSource.h"
+#include "FormatterSource.h"
 
 namespace tarn {
 namespace host {

@@ -1,6 +1,6 @@
 // A DevTools-protocol client, as Chrome DevTools and VS Code are, that drives
 // tarn-run --inspect and --inspect-brk over real sockets on 127.0.0.1:
-//   inspector_client SCENARIO TARN_RUN SCRIPTS_DIR
+//   debug_client SCENARIO TARN_RUN SCRIPTS_DIR
 // It reads the debugger's address from tarn-run's stderr, asks /json/list and
 // /json/version, and talks to the WebSocket. Every wait has a deadline; a
 // tarn-run still running when a scenario ends is killed. A cross build's
@@ -249,7 +249,7 @@ HttpAnswer Get(uint16_t port, const std::string& target, const std::string& host
   step("connect");
   http::request<http::empty_body> request(http::verb::get, target, 11);
   request.set(http::field::host, host);
-  request.set(http::field::user_agent, "inspector_client");
+  request.set(http::field::user_agent, "debug_client");
   http::async_write(stream, request, [&](beast::error_code e, size_t) { error = e; });
   step("write");
   beast::flat_buffer buffer;
@@ -447,7 +447,7 @@ std::string Str(const Json::Value& value) { return value.isString() ? value.asSt
 // function, its locals, an evaluation with the bridge, console messages, and
 // the exit status once the client has gone.
 void SessionScenario(const Setup& setup) {
-  const std::string script = setup.scripts + "/inspect_target.js";
+  const std::string script = setup.scripts + "/debug_target.js";
   const std::string url = "file://" + script;
   Child child;
   child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", script});
@@ -590,7 +590,7 @@ void SessionScenario(const Setup& setup) {
 void TwoClientsScenario(const Setup& setup) {
   Child child;
   child.Start(
-      {setup.tarnRun, "--inspect-brk=127.0.0.1:0", setup.scripts + "/inspect_two_clients.js"});
+      {setup.tarnRun, "--inspect-brk=127.0.0.1:0", setup.scripts + "/debug_two_clients.js"});
   Listening at = WaitListening(child, "127\\.0\\.0\\.1");
   Session first("first"), second("second");
   Expect(first.Connect(at.port, "/" + at.id), "the first client connects");
@@ -629,7 +629,7 @@ void TwoClientsScenario(const Setup& setup) {
 // of a busy loop (messages reach the script thread while a script runs),
 // changes a variable and lets it finish.
 void BusyScriptScenario(const Setup& setup) {
-  const std::string script = setup.scripts + "/inspect_busy.js";
+  const std::string script = setup.scripts + "/debug_busy.js";
   Child child;
   child.Start({setup.tarnRun, "--inspect=127.0.0.1:0", "--no-bridges", script});
   Listening at = WaitListening(child, "127\\.0\\.0\\.1");
@@ -715,8 +715,8 @@ void UncaughtScenario(const Setup& setup) {
     const char* description;
   };
   for (const Case& test :
-       {Case{"inspect_throws.js", "Uncaught", "Error: boom"},
-        Case{"inspect_rejects.js", "Uncaught (in promise)", "Error: nobody catches this"}}) {
+       {Case{"debug_throws.js", "Uncaught", "Error: boom"},
+        Case{"debug_rejects.js", "Uncaught (in promise)", "Error: nobody catches this"}}) {
     const std::string script = setup.scripts + "/" + test.script;
     Child child;
     child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", "--no-bridges", script});
@@ -732,7 +732,7 @@ void UncaughtScenario(const Setup& setup) {
     Expect(Str(details["text"]) == test.text, "reported as " + std::string(test.text));
     Expect(Str(details["exception"]["description"]).rfind(test.description, 0) == 0,
            "the error itself: " + Compact(details["exception"]));
-    if (std::string(test.script) == "inspect_throws.js") {
+    if (std::string(test.script) == "debug_throws.js") {
       Expect(Str(details["url"]) == "file://" + script && details["lineNumber"] == 1 &&
                  Str(details["stackTrace"]["callFrames"][0]["functionName"]) == "boom",
              "where it was thrown: " + Compact(details));
@@ -748,7 +748,7 @@ void UncaughtScenario(const Setup& setup) {
 // script is paused lets it run to its end.
 void BadInputScenario(const Setup& setup) {
   Child child;
-  child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", setup.scripts + "/inspect_target.js"});
+  child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", setup.scripts + "/debug_target.js"});
   Listening at = WaitListening(child, "127\\.0\\.0\\.1");
   const std::string address = "127.0.0.1:" + std::to_string(at.port);
   {

@@ -6,7 +6,7 @@
 // paused at a breakpoint, waiting for a client with --inspect-brk, or for
 // the clients to leave at the end). Everything V8 is touched on the script
 // thread only; what V8 sends back is handed to the server's thread.
-#include "Inspector.h"
+#include "DebugSession.h"
 #include "ScriptText.h"
 
 #include <arpa/inet.h>
@@ -29,7 +29,7 @@
 #include <random>
 #include <vector>
 
-#include "InspectorServer.h"
+#include "DebugServer.h"
 #include "Runtime.h"
 
 #ifndef TARN_VERSION

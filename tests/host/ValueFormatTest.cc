@@ -2,7 +2,7 @@
 // a value shown as node's util.inspect shows it, an argument list as
 // console.log prints it, nothing run that the value hides behind getters or
 // proxy traps, and the formatter compiled only when first needed.
-#include "Inspect.h"
+#include "ValueFormat.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 // values are read through their descriptors and proxies are looked through.
 //
 // The rules, and much of the code that applies them, are node's own, taken
-// from its lib/internal/util/inspect.js, lib/internal/console/constructor.js
+// from its lib/internal/util/formatter.js, lib/internal/console/constructor.js
 // and lib/internal/cli_table.js so that the output matches node's to the
 // character. Their licence:
 //
