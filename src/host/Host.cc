@@ -16,11 +16,11 @@
 #include <mutex>
 #include <thread>
 
-#include "Modules.h"
-#include "Runtime.h"
-#include "ScriptApi.h"
 #include "ScriptBridge.h"
 #include "TarnProcessManager.h"
+#include "engine/Runtime.h"
+#include "script/Modules.h"
+#include "script/ScriptApi.h"
 
 namespace tarn {
 namespace host {

@@ -2,8 +2,8 @@
 // Console.cc's). Timers are GLib timeout sources on the script thread's
 // context; each pending timer and each event listener holds the main loop
 // open.
-#include "ScriptApi.h"
-#include "ScriptText.h"
+#include "script/ScriptApi.h"
+#include "engine/ScriptText.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,11 +18,11 @@
 #include <utility>
 
 #include "AppConfig.h"
-#include "Console.h"
-#include "EngineServices.h"
-#include "Modules.h"
-#include "Runtime.h"
 #include "ScriptBridge.h"
+#include "console/Console.h"
+#include "engine/EngineServices.h"
+#include "engine/Runtime.h"
+#include "script/Modules.h"
 #include "tarn/host/LogCapture.h"
 
 #ifndef TARN_VERSION

@@ -1,7 +1,7 @@
 // Lock order: mutex_, then GLib's context lock (g_source_attach and
 // g_source_destroy are called under mutex_). GLib calls our source callbacks
 // and destroy notifiers without its context lock, so they may take mutex_.
-#include "Handoff.h"
+#include "engine/Handoff.h"
 
 #include <algorithm>
 #include <vector>

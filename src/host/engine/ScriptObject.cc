@@ -10,8 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "Runtime.h"
 #include "TarnException.h"
+#include "engine/Runtime.h"
 
 namespace Bridge {
 

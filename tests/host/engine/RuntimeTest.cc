@@ -6,12 +6,12 @@
 #include <memory>
 #include <thread>
 
-#include "Runtime.h"
-#include "ScriptApi.h"
 #include "TarnProcessManager.h"
 #include "TaskDispatcher.h"
 #include "V8TestEnvironment.h"
 #include "clutter.h"
+#include "engine/Runtime.h"
+#include "script/ScriptApi.h"
 
 namespace {
 

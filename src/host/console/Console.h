@@ -3,7 +3,7 @@
 
 #include <v8.h>
 
-#include "ValueFormat.h"
+#include "console/ValueFormat.h"
 
 namespace tarn {
 namespace host {

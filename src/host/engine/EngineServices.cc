@@ -2,7 +2,7 @@
 // manager, the task dispatcher, the toolkit's idle hand-off and stage hints
 // (served by the GLib main loop; no toolkit library is used), well-known
 // directories, the app configuration, the clock and the annotation stream.
-#include "EngineServices.h"
+#include "engine/EngineServices.h"
 
 #include <atomic>
 #include <ctime>
@@ -13,11 +13,11 @@
 #include "CTimeInfo.h"
 #include "CTimeUtil.h"
 #include "Logger.h"
-#include "Runtime.h"
 #include "TarnProcessManager.h"
 #include "TaskDispatcher.h"
 #include "clutter.h"
 #include "directory.h"
+#include "engine/Runtime.h"
 #include "gator_annotate.h"
 #include "tarn/host/DevicePaths.h"
 

@@ -2,7 +2,7 @@
 // a value shown as node's util.inspect shows it, an argument list as
 // console.log prints it, nothing run that the value hides behind getters or
 // proxy traps, and the formatter compiled only when first needed.
-#include "ValueFormat.h"
+#include "console/ValueFormat.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "Runtime.h"
-#include "ScriptApi.h"
 #include "V8TestEnvironment.h"
+#include "engine/Runtime.h"
+#include "script/ScriptApi.h"
 
 namespace {
 

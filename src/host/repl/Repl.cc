@@ -4,8 +4,8 @@
 // value is printed as node's prompt prints it (util.inspect's text). Input that awaits at its top
 // level runs as an async function; the prompt returns when its promise settles, the loop running
 // meanwhile.
-#include "Repl.h"
-#include "ScriptText.h"
+#include "repl/Repl.h"
+#include "engine/ScriptText.h"
 
 #include <fcntl.h>
 #include <glib-unix.h>
@@ -29,10 +29,10 @@
 #include <thread>
 #include <vector>
 
-#include "ReplSource.h"
-#include "Runtime.h"
 #include "ScriptBridge.h"
-#include "ValueFormat.h"
+#include "console/ValueFormat.h"
+#include "engine/Runtime.h"
+#include "repl/ReplSource.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"

@@ -1,6 +1,6 @@
 // The prompt's scanner: when input is unfinished, and how input that awaits
 // at its top level is rewritten so its declarations outlive the call.
-#include "ReplSource.h"
+#include "repl/ReplSource.h"
 
 #include <gtest/gtest.h>
 

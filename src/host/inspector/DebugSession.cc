@@ -6,8 +6,8 @@
 // paused at a breakpoint, waiting for a client with --inspect-brk, or for
 // the clients to leave at the end). Everything V8 is touched on the script
 // thread only; what V8 sends back is handed to the server's thread.
-#include "DebugSession.h"
-#include "ScriptText.h"
+#include "inspector/DebugSession.h"
+#include "engine/ScriptText.h"
 
 #include <arpa/inet.h>
 #include <json/json.h>
@@ -29,8 +29,8 @@
 #include <random>
 #include <vector>
 
-#include "DebugServer.h"
-#include "Runtime.h"
+#include "engine/Runtime.h"
+#include "inspector/DebugServer.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"

@@ -3,8 +3,8 @@
 // length costs no native stack here): every file read, resolved and compiled
 // once, keyed by its real path. Linking then only looks up what loading
 // recorded, and loading errors name the import that failed.
-#include "Modules.h"
-#include "ScriptText.h"
+#include "script/Modules.h"
+#include "engine/ScriptText.h"
 
 #include <limits.h>
 #include <stdlib.h>
@@ -22,8 +22,8 @@
 #include <utility>
 #include <vector>
 
-#include "Runtime.h"
-#include "ScriptApi.h"
+#include "engine/Runtime.h"
+#include "script/ScriptApi.h"
 
 namespace tarn {
 namespace host {

@@ -1,6 +1,6 @@
 // One io_context on one thread: every handler runs there, so the sessions'
 // map and write queues need no lock. Other threads only post to it.
-#include "DebugServer.h"
+#include "inspector/DebugServer.h"
 
 #include <json/json.h>
 #include <pthread.h>

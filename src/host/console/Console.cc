@@ -3,8 +3,8 @@
 // embedded formatter (formatter.js), compiled in a context on the first call
 // that needs it. Lines of plain texts are joined here without it, so a
 // script that only logs texts never compiles it.
-#include "Console.h"
-#include "ScriptText.h"
+#include "console/Console.h"
+#include "engine/ScriptText.h"
 
 #include <unistd.h>
 
@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "Runtime.h"
-#include "ScriptApi.h"
+#include "engine/Runtime.h"
+#include "script/ScriptApi.h"
 
 namespace tarn {
 namespace host {

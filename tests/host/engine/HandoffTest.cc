@@ -2,7 +2,7 @@
 // the script thread closes at any moment. Every accepted item either runs or
 // is discarded on the script thread, every record is freed exactly once, and
 // a post after closing is refused. Also built with ThreadSanitizer.
-#include "Handoff.h"
+#include "engine/Handoff.h"
 
 #include <gtest/gtest.h>
 

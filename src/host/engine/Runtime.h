@@ -15,10 +15,10 @@
 #include <thread>
 #include <vector>
 
-#include "Handoff.h"
 #include "ScriptBridge.h"
 #include "ScriptEngine.h"
 #include "TarnFullProcessRuntime.h"
+#include "engine/Handoff.h"
 
 namespace tarn {
 namespace host {

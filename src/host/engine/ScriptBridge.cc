@@ -6,7 +6,7 @@
 
 #include <set>
 
-#include "Runtime.h"
+#include "engine/Runtime.h"
 
 namespace Bridge {
 

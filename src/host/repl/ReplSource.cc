@@ -1,4 +1,4 @@
-#include "ReplSource.h"
+#include "repl/ReplSource.h"
 
 #include <algorithm>
 #include <cstring>

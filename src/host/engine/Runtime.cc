@@ -2,7 +2,7 @@
 // single idle source on the script thread's context, which drains the queue
 // later. A source attached from the script thread itself still runs only
 // when the loop turns, so a sender is never re-entered.
-#include "Runtime.h"
+#include "engine/Runtime.h"
 
 #include <cassert>
 #include <cstdio>
