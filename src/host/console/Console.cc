@@ -19,7 +19,6 @@
 #include <vector>
 
 #include "engine/Runtime.h"
-#include "script/ScriptApi.h"
 
 namespace tarn {
 namespace host {

@@ -338,5 +338,20 @@ void ReportException(v8::Isolate* isolate, v8::TryCatch& tryCatch) {
   }
 }
 
+// Ends the script at once: no further statement runs. A termination
+// request is seen only when script code next checks for interrupts, so one
+// tiny script function is entered to reach that check now.
+void StopScript(v8::Isolate* isolate) {
+  isolate->TerminateExecution();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::Script> script;
+  v8::Local<v8::Value> ignored;
+  if (v8::Script::Compile(context, v8::String::NewFromUtf8Literal(isolate, "(function () {})()"))
+          .ToLocal(&script) &&
+      script->Run(context).ToLocal(&ignored)) {
+    return;  // only when termination was already handled
+  }
+}
+
 }  // namespace host
 }  // namespace tarn

@@ -164,5 +164,8 @@ void PrintException(v8::Isolate* isolate, v8::Local<v8::Message> message,
 // one (the run then ends with status 1), else just printed.
 void ReportException(v8::Isolate* isolate, v8::TryCatch& tryCatch);
 
+// Ends the running script at once: no further statement of it runs.
+void StopScript(v8::Isolate* isolate);
+
 }  // namespace host
 }  // namespace tarn

@@ -411,20 +411,6 @@ v8::Local<v8::Object> NewNamespace(v8::Local<v8::Context> context, v8::Local<v8:
 
 }  // namespace
 
-// Ends the script at once: no further statement runs. A termination
-// request is seen only when script code next checks for interrupts, so one
-// tiny script function is entered to reach that check now.
-void StopScript(v8::Isolate* isolate) {
-  isolate->TerminateExecution();
-  v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  v8::Local<v8::Script> script;
-  v8::Local<v8::Value> ignored;
-  if (v8::Script::Compile(context, Text(isolate, "(function () {})()")).ToLocal(&script) &&
-      script->Run(context).ToLocal(&ignored)) {
-    return;  // only when termination was already handled
-  }
-}
-
 bool ReadScriptSource(const std::string& path, std::string* source, std::string* error) {
   if (path.empty()) {
     *error = "cannot read script: the path is empty";

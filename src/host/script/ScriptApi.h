@@ -27,9 +27,6 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
 // groups, counters and timers).
 void ShutdownScriptApi();
 
-// Ends the running script at once: no further statement of it runs.
-void StopScript(v8::Isolate* isolate);
-
 // The largest script file the host reads (64 MiB).
 constexpr size_t kMaxScriptBytes = 64u << 20;
 
