@@ -7,17 +7,12 @@
 #include "repl/Repl.h"
 #include "engine/ScriptText.h"
 
-#include <fcntl.h>
 #include <glib-unix.h>
 #include <histedit.h>
 #include <langinfo.h>
-#include <poll.h>
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
@@ -32,7 +27,11 @@
 #include "ScriptBridge.h"
 #include "console/ValueFormat.h"
 #include "engine/Runtime.h"
+#include "repl/Completion.h"
+#include "repl/InterruptWatch.h"
+#include "repl/ReplOutput.h"
 #include "repl/ReplSource.h"
+#include "repl/ReplText.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
@@ -44,6 +43,9 @@ namespace host {
 namespace {
 
 using host::Utf8;
+using repl::Trim;
+using repl::Utf8;
+using repl::Wide;
 
 const char kHelp[] =
     ".break    Sometimes you get stuck, this gets you out\n"
@@ -56,160 +58,7 @@ const char kHelp[] =
 
 constexpr int kHistorySize = 1000;
 
-void AppendUtf8(std::string* out, wchar_t c) {
-  auto u = static_cast<uint32_t>(c);
-  if (u > 0x10FFFF || (u >= 0xD800 && u <= 0xDFFF)) u = 0xFFFD;
-  if (u < 0x80) {
-    out->push_back(static_cast<char>(u));
-  } else if (u < 0x800) {
-    out->push_back(static_cast<char>(0xC0 | (u >> 6)));
-    out->push_back(static_cast<char>(0x80 | (u & 0x3F)));
-  } else if (u < 0x10000) {
-    out->push_back(static_cast<char>(0xE0 | (u >> 12)));
-    out->push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (u & 0x3F)));
-  } else {
-    out->push_back(static_cast<char>(0xF0 | (u >> 18)));
-    out->push_back(static_cast<char>(0x80 | ((u >> 12) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (u & 0x3F)));
-  }
-}
-
-std::string Utf8(const wchar_t* begin, const wchar_t* end) {
-  std::string out;
-  for (const wchar_t* p = begin; p < end; ++p) AppendUtf8(&out, *p);
-  return out;
-}
-
-std::wstring Wide(const std::string& text) {
-  std::wstring out;
-  for (size_t i = 0; i < text.size();) {
-    auto c = static_cast<unsigned char>(text[i]);
-    int length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-    if (length == 0 || i + static_cast<size_t>(length) > text.size()) {
-      out.push_back(L'\uFFFD');
-      ++i;
-      continue;
-    }
-    uint32_t u = length == 1 ? c : c & (0x7F >> length);
-    for (int k = 1; k < length; ++k)
-      u = (u << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
-    out.push_back(static_cast<wchar_t>(u));
-    i += static_cast<size_t>(length);
-  }
-  return out;
-}
-
-std::string Trim(const std::string& text) {
-  size_t begin = text.find_first_not_of(" \t\r\n");
-  if (begin == std::string::npos) return std::string();
-  size_t end = text.find_last_not_of(" \t\r\n");
-  return text.substr(begin, end - begin + 1);
-}
-
-bool IdentifierPart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-         c == '$' || (static_cast<unsigned char>(c) >= 0x80);
-}
-
-bool Identifier(const std::string& name) {
-  if (name.empty() || (name[0] >= '0' && name[0] <= '9')) return false;
-  return std::all_of(name.begin(), name.end(), IdentifierPart);
-}
-
-// A thrown error's stack without the frames of the prompt's own script: the
-// frame of the input's top level and whatever called it.
-std::string TrimReplFrames(const std::string& stack) {
-  std::string out;
-  size_t start = 0;
-  bool first = true;
-  while (start <= stack.size()) {
-    size_t end = stack.find('\n', start);
-    if (end == std::string::npos) end = stack.size();
-    std::string line = stack.substr(start, end - start);
-    std::string trimmed = Trim(line);
-    if (!first && trimmed.compare(0, 3, "at ") == 0) {
-      std::string where = trimmed.substr(3);
-      if (where.compare(0, 6, "async ") == 0) where = where.substr(6);
-      // "at REPL3:1:7": a top level (the input's, or its async wrapper's).
-      if (where.compare(0, 4, "REPL") == 0 && where.find(' ') == std::string::npos) break;
-    }
-    out += (first ? "" : "\n") + line;
-    first = false;
-    start = end + 1;
-  }
-  return out;
-}
-
 const char kInterrupted[] = "Script execution was interrupted by Ctrl+C";
-
-// While a line's code runs, the script thread cannot read the terminal: a
-// thread of its own does, and Ctrl+C there stops the code
-// (TerminateExecution may be called from any thread). Other keys are kept,
-// in order, for the prompt.
-class InterruptWatch {
- public:
-  explicit InterruptWatch(v8::Isolate* isolate) : isolate_(isolate) {
-    if (pipe2(wake_, O_CLOEXEC) != 0) return;
-    thread_ = std::thread([this] { Watch(); });
-  }
-
-  ~InterruptWatch() { Stop(); }
-
-  // Ends the watch; what it read besides the Ctrl+C goes to *keys.
-  void Stop(std::deque<unsigned char>* keys = nullptr) {
-    if (thread_.joinable()) {
-      char byte = 0;
-      while (write(wake_[1], &byte, 1) < 0 && errno == EINTR) {
-      }
-      thread_.join();
-    }
-    for (int& fd : wake_) {
-      if (fd >= 0) close(fd);
-      fd = -1;
-    }
-    if (keys) keys->insert(keys->end(), keys_.begin(), keys_.end());
-    keys_.clear();
-  }
-
-  bool Interrupted() const { return interrupted_.load(); }
-
- private:
-  void Watch() {
-    bool input = true;
-    for (;;) {
-      struct pollfd fds[2] = {{wake_[0], POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-      if (poll(fds, input ? 2 : 1, -1) < 0) {
-        if (errno == EINTR) continue;
-        return;
-      }
-      if (fds[0].revents) return;
-      if (!fds[1].revents) continue;
-      unsigned char buffer[256];
-      ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) {
-        input = false;  // the end of input is the prompt's to see
-        continue;
-      }
-      for (ssize_t i = 0; i < count; ++i) {
-        if (buffer[i] == 0x03 && !interrupted_.load()) {
-          interrupted_.store(true);
-          isolate_->TerminateExecution();
-        } else {
-          keys_.push_back(buffer[i]);
-        }
-      }
-    }
-  }
-
-  v8::Isolate* isolate_;
-  int wake_[2] = {-1, -1};
-  std::thread thread_;
-  std::atomic<bool> interrupted_{false};
-  std::vector<unsigned char> keys_;  // read by the watch only until joined
-};
 
 class Repl : public Extension {
  public:
@@ -330,17 +179,7 @@ class Repl : public Extension {
   int ExitCode() {
     v8::HandleScope handleScope(isolate_);
     v8::Local<v8::Context> context = runtime_->Context();
-    if (context.IsEmpty()) return 0;
-    v8::Context::Scope contextScope(context);
-    v8::TryCatch tryCatch(isolate_);
-    v8::Local<v8::Value> tarn, code;
-    if (!context->Global()->Get(context, Text(isolate_, "tarn")).ToLocal(&tarn) ||
-        !tarn->IsObject() ||
-        !tarn.As<v8::Object>()->Get(context, Text(isolate_, "exitCode")).ToLocal(&code) ||
-        !code->IsNumber()) {
-      return 0;
-    }
-    return Bridge::detail::toIntegral<int>(code.As<v8::Number>()->Value());
+    return context.IsEmpty() ? 0 : repl::ExitCodeOf(isolate_, context);
   }
 
   void Shutdown() {
@@ -504,30 +343,8 @@ class Repl : public Extension {
         return false;
       }
     };
-    unsigned char first;
-    if (!next(&first)) return 0;
-    int length = first < 0x80         ? 1
-                 : (first >> 5) == 6  ? 2
-                 : (first >> 4) == 14 ? 3
-                 : (first >> 3) == 30 ? 4
-                                      : 0;
-    if (length == 0) {
-      *out = L'\uFFFD';
-      return 1;
-    }
-    uint32_t code = length == 1 ? first : first & (0x7F >> length);
-    for (int i = 1; i < length; ++i) {
-      unsigned char byte;
-      if (!next(&byte)) return 0;
-      if ((byte & 0xC0) != 0x80) {
-        self->input_.push_front(byte);
-        *out = L'\uFFFD';
-        return 1;
-      }
-      code = (code << 6) | (byte & 0x3F);
-    }
-    *out = static_cast<wchar_t>(code);
-    return 1;
+    return repl::ReadWideChar(
+        next, [self](unsigned char byte) { self->input_.push_front(byte); }, out);
   }
 
   // Ctrl+C: clears a line or an unfinished input; twice on an empty line,
@@ -617,6 +434,9 @@ class Repl : public Extension {
 
   // --- evaluating -------------------------------------------------------
 
+  // One input: compiled (as more lines wait, or as an async function when it
+  // awaits at its top level), run with Ctrl+C watched, and its value
+  // printed, at once or when its promise settles.
   void Evaluate(const std::string& code) {
     if (Trim(code).empty()) {
       buffered_.clear();
@@ -627,89 +447,18 @@ class Repl : public Extension {
     v8::HandleScope handleScope(isolate_);
     v8::Local<v8::Context> context = runtime_->Context();
     v8::Context::Scope contextScope(context);
-    const std::string name = "REPL" + std::to_string(++counter_);
-    v8::ScriptOrigin origin(isolate_, Text(isolate_, name));
-
-    v8::Local<v8::Script> script;
-    bool async = false;
-    bool returnsValue = false;
-    {
-      v8::TryCatch tryCatch(isolate_);
-      auto compile = [&](const std::string& source) {
-        tryCatch.Reset();
-        return v8::Script::Compile(context, Text(isolate_, source), &origin).ToLocal(&script);
-      };
-      // A braced line is an object literal, as printed values are read.
-      std::string trimmed = Trim(code);
-      bool compiled =
-          trimmed.front() == '{' && trimmed.back() != ';' && compile("(" + code + "\n)");
-      if (!compiled) compiled = compile(code);
-      if (!compiled) {
-        v8::Local<v8::Value> error = tryCatch.Exception();
-        v8::Local<v8::Message> message = tryCatch.Message();
-        std::string text = message.IsEmpty() ? std::string() : Utf8(isolate_, message->Get());
-        repl::SourceShape shape = repl::ScanSource(code);
-        if (shape.open || text == "Uncaught SyntaxError: Unexpected end of input" ||
-            text == "Uncaught SyntaxError: Unterminated template literal") {
-          // More lines may complete it.
-          buffered_ = code;
-          ShowPrompt();
-          return;
-        }
-        if (shape.mentionsAwait) {
-          repl::AwaitWrap wrap;
-          if (repl::WrapTopLevelAwait(code, &wrap) && compile(wrap.code)) {
-            compiled = async = true;
-            returnsValue = wrap.returnsValue;
-          } else if (compile("(async () => { return { value: (" + code + "\n) }; })()")) {
-            compiled = async = returnsValue = true;
-          } else if (compile("(async () => {\n" + code + "\n})()")) {
-            compiled = async = true;
-          }
-        }
-        if (!compiled) {
-          buffered_.clear();
-          PrintError(error);
-          ShowPrompt();
-          return;
-        }
-      }
+    Compiled compiled;
+    if (!Compile(context, code, &compiled)) {
+      ShowPrompt();  // more lines may complete it, or its error was shown
+      return;
     }
     buffered_.clear();
     for (const std::string& declared : repl::DeclaredNames(code)) declared_.insert(declared);
 
     v8::Local<v8::Value> result;
-    bool ran;
-    InterruptWatch watch(isolate_);
-    {
-      v8::TryCatch tryCatch(isolate_);
-      ran = script->Run(context).ToLocal(&result);
-      if (!ran && !tryCatch.HasTerminated() && !runtime_->Exiting()) {
-        PrintError(tryCatch.Exception());
-      }
-    }
-    watch.Stop(&input_);
-    if (watch.Interrupted() && !runtime_->Exiting()) {
-      // Stopped by Ctrl+C (or just after it ended): the prompt goes on.
-      isolate_->CancelTerminateExecution();
-      if (!ran) PrintError(v8::Exception::Error(Text(isolate_, kInterrupted)));
-    }
-    if (ran && async && result->IsPromise()) {
-      v8::Local<v8::Promise> promise = result.As<v8::Promise>();
-      // The handlers know which wait they end: one given up with Ctrl+C may
-      // settle during a later one.
-      v8::Local<v8::Value> ids[] = {v8::External::New(isolate_, this),
-                                    v8::Number::New(isolate_, ++awaitId_)};
-      v8::Local<v8::Array> self = v8::Array::New(isolate_, ids, 2);
-      v8::Local<v8::Function> onFulfilled, onRejected;
-      v8::Local<v8::Promise> chained;
-      if (v8::Function::New(context, &Repl::Fulfilled, self).ToLocal(&onFulfilled) &&
-          v8::Function::New(context, &Repl::Rejected, self).ToLocal(&onRejected) &&
-          promise->Then(context, onFulfilled, onRejected).ToLocal(&chained)) {
-        pending_.Reset(isolate_, promise);
-        awaitReturnsValue_ = returnsValue;
-        state_ = State::Evaluating;
-      }
+    bool ran = RunWatched(context, compiled.script, &result);
+    if (ran && compiled.async && result->IsPromise()) {
+      AwaitResult(context, result.As<v8::Promise>(), compiled.returnsValue);
     } else if (ran) {
       PrintValue(result);
     }
@@ -720,6 +469,97 @@ class Repl : public Extension {
       return;
     }
     if (state_ == State::Reading) ShowPrompt();
+  }
+
+  struct Compiled {
+    v8::Local<v8::Script> script;
+    bool async = false;         // an async function's call: its promise is awaited
+    bool returnsValue = false;  // the promise's value is {value: ...}
+  };
+
+  // The input as a script of its own ("REPL<n>"). False when it does not
+  // compile: an unfinished input is kept in buffered_ for the next line,
+  // any other error is shown.
+  bool Compile(v8::Local<v8::Context> context, const std::string& code, Compiled* out) {
+    const std::string name = "REPL" + std::to_string(++counter_);
+    v8::ScriptOrigin origin(isolate_, Text(isolate_, name));
+    v8::TryCatch tryCatch(isolate_);
+    auto compile = [&](const std::string& source) {
+      tryCatch.Reset();
+      return v8::Script::Compile(context, Text(isolate_, source), &origin).ToLocal(&out->script);
+    };
+    // A braced line is an object literal, as printed values are read.
+    std::string trimmed = Trim(code);
+    if (trimmed.front() == '{' && trimmed.back() != ';' && compile("(" + code + "\n)")) {
+      return true;
+    }
+    if (compile(code)) return true;
+    v8::Local<v8::Value> error = tryCatch.Exception();
+    v8::Local<v8::Message> message = tryCatch.Message();
+    std::string text = message.IsEmpty() ? std::string() : Utf8(isolate_, message->Get());
+    repl::SourceShape shape = repl::ScanSource(code);
+    if (shape.open || text == "Uncaught SyntaxError: Unexpected end of input" ||
+        text == "Uncaught SyntaxError: Unterminated template literal") {
+      buffered_ = code;
+      return false;
+    }
+    if (shape.mentionsAwait) {
+      out->async = true;
+      repl::AwaitWrap wrap;
+      if (repl::WrapTopLevelAwait(code, &wrap) && compile(wrap.code)) {
+        out->returnsValue = wrap.returnsValue;
+        return true;
+      }
+      if (compile("(async () => { return { value: (" + code + "\n) }; })()")) {
+        out->returnsValue = true;
+        return true;
+      }
+      if (compile("(async () => {\n" + code + "\n})()")) return true;
+    }
+    buffered_.clear();
+    PrintError(error);
+    return false;
+  }
+
+  // Runs the compiled input while a thread watches for Ctrl+C; an error it
+  // throws is shown. Keys typed meanwhile wait for the prompt.
+  bool RunWatched(v8::Local<v8::Context> context, v8::Local<v8::Script> script,
+                  v8::Local<v8::Value>* result) {
+    bool ran;
+    repl::InterruptWatch watch(isolate_);
+    {
+      v8::TryCatch tryCatch(isolate_);
+      ran = script->Run(context).ToLocal(result);
+      if (!ran && !tryCatch.HasTerminated() && !runtime_->Exiting()) {
+        PrintError(tryCatch.Exception());
+      }
+    }
+    watch.Stop(&input_);
+    if (watch.Interrupted() && !runtime_->Exiting()) {
+      // Stopped by Ctrl+C (or just after it ended): the prompt goes on.
+      isolate_->CancelTerminateExecution();
+      if (!ran) PrintError(v8::Exception::Error(Text(isolate_, kInterrupted)));
+    }
+    return ran;
+  }
+
+  // The prompt waits for an awaiting input's promise, the loop running.
+  void AwaitResult(v8::Local<v8::Context> context, v8::Local<v8::Promise> promise,
+                   bool returnsValue) {
+    // The handlers know which wait they end: one given up with Ctrl+C may
+    // settle during a later one.
+    v8::Local<v8::Value> ids[] = {v8::External::New(isolate_, this),
+                                  v8::Number::New(isolate_, ++awaitId_)};
+    v8::Local<v8::Array> self = v8::Array::New(isolate_, ids, 2);
+    v8::Local<v8::Function> onFulfilled, onRejected;
+    v8::Local<v8::Promise> chained;
+    if (v8::Function::New(context, &Repl::Fulfilled, self).ToLocal(&onFulfilled) &&
+        v8::Function::New(context, &Repl::Rejected, self).ToLocal(&onRejected) &&
+        promise->Then(context, onFulfilled, onRejected).ToLocal(&chained)) {
+      pending_.Reset(isolate_, promise);
+      awaitReturnsValue_ = returnsValue;
+      state_ = State::Evaluating;
+    }
   }
 
   static void Fulfilled(const v8::FunctionCallbackInfo<v8::Value>& info) { Settle(info, true); }
@@ -776,39 +616,11 @@ class Repl : public Extension {
 
   // --- printing ----------------------------------------------------------
 
-  // A line's value as node's prompt shows it: util.inspect's text (texts in
-  // quotes), not console.log's.
   void PrintValue(v8::Local<v8::Value> value) {
-    v8::Local<v8::Context> context = runtime_->Context();
-    v8::TryCatch tryCatch(isolate_);
-    const std::string text = Inspect(context, value);
-    if (tryCatch.HasCaught() || tryCatch.HasTerminated()) return;
-    std::printf("%s\n", text.c_str());
-    std::fflush(stdout);
+    repl::PrintValue(isolate_, runtime_->Context(), value);
   }
-
-  // "Uncaught " and the error's stack without the prompt's own frames, or,
-  // for a thrown value that is no error, its inspected text.
   void PrintError(v8::Local<v8::Value> error) {
-    if (error.IsEmpty()) error = v8::Undefined(isolate_);
-    v8::Local<v8::Context> context = runtime_->Context();
-    if (error->IsNativeError()) {
-      v8::TryCatch tryCatch(isolate_);
-      v8::Local<v8::Value> stack;
-      if (error.As<v8::Object>()->Get(context, Text(isolate_, "stack")).ToLocal(&stack) &&
-          stack->IsString()) {
-        std::printf("Uncaught %s\n", TrimReplFrames(Utf8(isolate_, stack)).c_str());
-        std::fflush(stdout);
-        return;
-      }
-    }
-    v8::TryCatch tryCatch(isolate_);
-    std::string text = Inspect(context, error);
-    if (tryCatch.HasCaught() || tryCatch.HasTerminated()) {
-      text = DescribeThrown(isolate_, context, error, true);
-    }
-    std::printf("Uncaught %s\n", text.c_str());
-    std::fflush(stdout);
+    repl::PrintError(isolate_, runtime_->Context(), error);
   }
 
   // From the runtime: an error of a timer, a listener or a rejected promise
@@ -825,178 +637,28 @@ class Repl : public Extension {
 
   static unsigned char CompleteKey(EditLine* editLine, int) { return Self(editLine)->Complete(); }
 
-  // A property's value when reading it runs no code: a data property found
-  // on the object or its prototypes, never a getter, an accessor of native
-  // code, a proxy or an interceptor.
-  bool PlainProperty(v8::Local<v8::Context> context, v8::Local<v8::Object> object,
-                     const std::string& name, v8::Local<v8::Value>* value) {
-    v8::Local<v8::String> key = Text(isolate_, name);
-    v8::Local<v8::Value> current = object;
-    for (int depth = 0; depth < 64 && current->IsObject(); ++depth) {
-      v8::Local<v8::Object> holder = current.As<v8::Object>();
-      if (holder->IsProxy() || holder->HasRealNamedCallbackProperty(context, key).FromMaybe(true)) {
-        return false;
-      }
-      if (holder->HasRealNamedProperty(context, key).FromMaybe(false)) {
-        v8::Local<v8::Value> descriptor;
-        if (!holder->GetOwnPropertyDescriptor(context, key).ToLocal(&descriptor) ||
-            !descriptor->IsObject()) {
-          return false;
-        }
-        v8::Local<v8::Object> fields = descriptor.As<v8::Object>();
-        if (!fields->HasOwnProperty(context, Text(isolate_, "value")).FromMaybe(false)) {
-          return false;
-        }
-        return fields->Get(context, Text(isolate_, "value")).ToLocal(value);
-      }
-      current = holder->GetPrototype();
-    }
-    return false;
-  }
-
-  void Names(v8::Local<v8::Context> context, v8::Local<v8::Value> value,
-             std::set<std::string>* names, bool skipObjectPrototype = false) {
-    v8::Local<v8::Value> objectPrototype;
-    if (skipObjectPrototype) objectPrototype = v8::Object::New(isolate_)->GetPrototype();
-    for (int depth = 0; depth < 64 && value->IsObject(); ++depth) {
-      v8::Local<v8::Object> object = value.As<v8::Object>();
-      if (object->IsProxy()) return;
-      if (!objectPrototype.IsEmpty() && object->StrictEquals(objectPrototype)) return;
-      v8::Local<v8::Array> keys;
-      if (!object
-               ->GetOwnPropertyNames(
-                   context, static_cast<v8::PropertyFilter>(v8::ALL_PROPERTIES | v8::SKIP_SYMBOLS),
-                   v8::KeyConversionMode::kConvertToString)
-               .ToLocal(&keys)) {
-        return;
-      }
-      for (uint32_t i = 0; i < keys->Length(); ++i) {
-        v8::Local<v8::Value> key;
-        if (!keys->Get(context, i).ToLocal(&key)) return;
-        std::string text = Utf8(isolate_, key);
-        if (Identifier(text) && !(skipObjectPrototype && text == "constructor")) {
-          names->insert(text);
-        }
-      }
-      value = object->GetPrototype();
-    }
-  }
-
   unsigned char Complete() {
     const LineInfoW* line = el_wline(editLine_);
-    std::string before = Utf8(line->buffer, line->cursor);
-    size_t start = before.size();
-    while (start > 0 && (IdentifierPart(before[start - 1]) || before[start - 1] == '.')) --start;
-    std::string chain = before.substr(start);
-    // A member of something computed (a call, an index) is not completed:
-    // finding it would run code.
-    if (chain.empty() || chain[0] == '.') return CC_REFRESH_BEEP;
-    size_t dot = chain.rfind('.');
-    std::string prefix = dot == std::string::npos ? chain : chain.substr(dot + 1);
-    std::string base = dot == std::string::npos ? std::string() : chain.substr(0, dot);
-
-    std::set<std::string> names;
+    std::string prefix;
+    std::vector<std::string> matches;
     {
       v8::HandleScope handleScope(isolate_);
       v8::Local<v8::Context> context = runtime_->Context();
       v8::Context::Scope contextScope(context);
       v8::TryCatch tryCatch(isolate_);
-      if (base.empty()) {
-        // Globals and earlier lines' declarations; what every object has
-        // (Object.prototype's members) is no name to type on its own.
-        Names(context, context->Global(), &names, true);
-        names.insert(declared_.begin(), declared_.end());
-      } else {
-        v8::Local<v8::Value> value;
-        if (!Resolve(context, base, &value)) return CC_REFRESH_BEEP;
-        if (!value->IsObject()) {
-          if (value->IsNullOrUndefined()) return CC_REFRESH_BEEP;
-          v8::Local<v8::Object> wrapper;
-          if (!value->ToObject(context).ToLocal(&wrapper)) return CC_REFRESH_BEEP;
-          value = wrapper;
-        }
-        Names(context, value, &names);
-      }
-    }
-    std::vector<std::string> matches;
-    for (const std::string& name : names) {
-      if (name.compare(0, prefix.size(), prefix) == 0) matches.push_back(name);
+      matches = repl::CompletionMatches(isolate_, context, Utf8(line->buffer, line->cursor),
+                                        declared_, &prefix);
     }
     if (matches.empty()) return CC_REFRESH_BEEP;
     // What all matches share beyond what is typed goes in.
-    std::string common = matches.front();
-    for (const std::string& match : matches) {
-      size_t k = 0;
-      while (k < common.size() && k < match.size() && common[k] == match[k]) ++k;
-      common.resize(k);
-    }
+    std::string common = repl::CommonPrefix(matches);
     if (common.size() > prefix.size()) {
       el_winsertstr(editLine_, Wide(common.substr(prefix.size())).c_str());
       return CC_REFRESH;
     }
     if (matches.size() == 1) return CC_REFRESH;
-    ListMatches(matches);
+    repl::ListMatches(matches);
     return CC_REDISPLAY;
-  }
-
-  // The value of a dotted name: the first part a global or a declared name,
-  // the rest plain properties.
-  bool Resolve(v8::Local<v8::Context> context, const std::string& chain,
-               v8::Local<v8::Value>* value) {
-    std::vector<std::string> parts;
-    size_t start = 0;
-    while (start <= chain.size()) {
-      size_t end = chain.find('.', start);
-      if (end == std::string::npos) end = chain.size();
-      parts.push_back(chain.substr(start, end - start));
-      start = end + 1;
-    }
-    for (const std::string& part : parts) {
-      if (!Identifier(part)) return false;
-    }
-    v8::Local<v8::Value> current;
-    if (declared_.count(parts[0])) {
-      // A let, const or class of an earlier line lives outside the global
-      // object: reading a bare name runs no code.
-      v8::Local<v8::Script> script;
-      if (!v8::Script::Compile(context, Text(isolate_, parts[0])).ToLocal(&script) ||
-          !script->Run(context).ToLocal(&current)) {
-        return false;
-      }
-    } else if (!PlainProperty(context, context->Global(), parts[0], &current)) {
-      return false;
-    }
-    for (size_t i = 1; i < parts.size(); ++i) {
-      if (!current->IsObject()) {
-        v8::Local<v8::Object> wrapper;
-        if (current->IsNullOrUndefined() || !current->ToObject(context).ToLocal(&wrapper)) {
-          return false;
-        }
-        current = wrapper;
-      }
-      if (!PlainProperty(context, current.As<v8::Object>(), parts[i], &current)) return false;
-    }
-    *value = current;
-    return true;
-  }
-
-  void ListMatches(const std::vector<std::string>& matches) {
-    size_t width = 0;
-    for (const std::string& match : matches) width = std::max(width, match.size());
-    width += 2;
-    struct winsize size;
-    size_t columns = 80;
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) columns = size.ws_col;
-    size_t perRow = std::max<size_t>(1, columns / width);
-    std::string text = "\r\n";
-    for (size_t i = 0; i < matches.size(); ++i) {
-      text += matches[i];
-      bool endOfRow = (i + 1) % perRow == 0 || i + 1 == matches.size();
-      text += endOfRow ? std::string("\r\n") : std::string(width - matches[i].size(), ' ');
-    }
-    text += "\r\n";
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
   }
 
   Runtime* runtime_ = nullptr;

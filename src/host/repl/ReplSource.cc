@@ -64,187 +64,244 @@ bool RegexAllowed(const std::vector<Token>& tokens) {
   }
 }
 
-Scan Tokenize(const std::string& code) {
-  Scan scan;
-  // Open brackets; 'T' is a template substitution's ${.
-  std::string stack;
-  size_t i = 0;
-  const size_t n = code.size();
-  bool newline = false;
-  bool inTemplate = false;  // scanning template text (after ` or a substitution's })
-  size_t templateBegin = 0;
-  auto push = [&](Kind kind, size_t begin, size_t end, int depth) {
-    scan.tokens.push_back(Token{kind, begin, end, newline, depth, code.substr(begin, end - begin)});
-    newline = false;
-  };
-  while (i < n || inTemplate) {
-    if (inTemplate) {
-      // Template text up to the closing ` or the next ${.
-      bool closed = false;
-      bool substitution = false;
-      while (i < n) {
-        char c = code[i];
-        if (c == '\\') {
-          i += 2;
-          continue;
-        }
-        if (c == '`') {
-          ++i;
-          closed = true;
-          break;
-        }
-        if (c == '$' && i + 1 < n && code[i + 1] == '{') {
-          i += 2;
-          substitution = true;
-          break;
-        }
-        ++i;
+// The scanner's steps, each taking one kind of token (or space, a comment,
+// a run of template text) at the current place.
+class Tokenizer {
+ public:
+  explicit Tokenizer(const std::string& code) : code_(code), n_(code.size()) {}
+
+  Scan Run() {
+    while (i_ < n_ || inTemplate_) {
+      if (inTemplate_) {
+        if (!TemplateText()) return scan_;
+        continue;
       }
-      if (i > n) i = n;
-      push(Kind::Template, templateBegin, i, static_cast<int>(stack.size()));
-      inTemplate = false;
-      if (substitution) {
-        stack.push_back('T');
-      } else if (!closed) {
-        scan.open = true;
-        return scan;
+      bool ended = false;
+      if (Space() || Comment(&ended)) {
+        if (ended) return scan_;
+        continue;
       }
-      continue;
+      if (Word() || Number() || Quoted() || TemplateStart() || Regex() || Bracket()) continue;
+      Operator();
     }
-    unsigned char c = static_cast<unsigned char>(code[i]);
+    scan_.open = !stack_.empty() && !scan_.unbalanced;
+    return scan_;
+  }
+
+ private:
+  unsigned char At(size_t i) const { return static_cast<unsigned char>(code_[i]); }
+  int Depth() const { return static_cast<int>(stack_.size()); }
+
+  void Push(Kind kind, size_t begin, size_t end, int depth) {
+    scan_.tokens.push_back(
+        Token{kind, begin, end, newline_, depth, code_.substr(begin, end - begin)});
+    newline_ = false;
+  }
+
+  // Template text up to the closing ` or the next ${; false when the input
+  // ends inside it.
+  bool TemplateText() {
+    bool closed = false;
+    bool substitution = false;
+    while (i_ < n_) {
+      char c = code_[i_];
+      if (c == '\\') {
+        i_ += 2;
+        continue;
+      }
+      if (c == '`') {
+        ++i_;
+        closed = true;
+        break;
+      }
+      if (c == '$' && i_ + 1 < n_ && code_[i_ + 1] == '{') {
+        i_ += 2;
+        substitution = true;
+        break;
+      }
+      ++i_;
+    }
+    if (i_ > n_) i_ = n_;
+    Push(Kind::Template, templateBegin_, i_, Depth());
+    inTemplate_ = false;
+    if (substitution) {
+      stack_.push_back('T');
+    } else if (!closed) {
+      scan_.open = true;
+      return false;
+    }
+    return true;
+  }
+
+  // White space and line ends (U+2028 and U+2029 end lines too).
+  bool Space() {
+    unsigned char c = At(i_);
     if (c == '\n' || c == '\r') {
-      newline = true;
-      ++i;
-      continue;
+      newline_ = true;
+      ++i_;
+      return true;
     }
     if (c == ' ' || c == '\t' || c == '\f' || c == '\v') {
-      ++i;
-      continue;
+      ++i_;
+      return true;
     }
-    // U+2028 and U+2029 end lines too.
-    if (c == 0xE2 && i + 2 < n && static_cast<unsigned char>(code[i + 1]) == 0x80 &&
-        (static_cast<unsigned char>(code[i + 2]) == 0xA8 ||
-         static_cast<unsigned char>(code[i + 2]) == 0xA9)) {
-      newline = true;
-      i += 3;
-      continue;
+    if (c == 0xE2 && i_ + 2 < n_ && At(i_ + 1) == 0x80 &&
+        (At(i_ + 2) == 0xA8 || At(i_ + 2) == 0xA9)) {
+      newline_ = true;
+      i_ += 3;
+      return true;
     }
-    if (c == '/' && i + 1 < n && code[i + 1] == '/') {
-      while (i < n && code[i] != '\n' && code[i] != '\r') ++i;
-      continue;
+    return false;
+  }
+
+  // A comment; *ended when a block comment runs to the end of the input.
+  bool Comment(bool* ended) {
+    if (code_[i_] != '/' || i_ + 1 >= n_) return false;
+    if (code_[i_ + 1] == '/') {
+      while (i_ < n_ && code_[i_] != '\n' && code_[i_] != '\r') ++i_;
+      return true;
     }
-    if (c == '/' && i + 1 < n && code[i + 1] == '*') {
-      size_t end = code.find("*/", i + 2);
-      if (end == std::string::npos) {
-        scan.open = true;
-        return scan;
-      }
-      if (code.find_first_of("\n\r", i) < end) newline = true;
-      i = end + 2;
-      continue;
+    if (code_[i_ + 1] != '*') return false;
+    size_t end = code_.find("*/", i_ + 2);
+    if (end == std::string::npos) {
+      scan_.open = true;
+      *ended = true;
+      return true;
     }
-    const int depth = static_cast<int>(stack.size());
-    if (WordStart(c)) {
-      size_t begin = i;
-      while (i < n && WordPart(static_cast<unsigned char>(code[i]))) ++i;
-      push(Kind::Word, begin, i, depth);
-      continue;
-    }
-    if (Digit(static_cast<char>(c)) || (c == '.' && i + 1 < n && Digit(code[i + 1]))) {
-      size_t begin = i;
-      while (i < n) {
-        char d = code[i];
-        if (WordPart(static_cast<unsigned char>(d)) || d == '.') {
-          ++i;
-        } else if ((d == '+' || d == '-') && (code[i - 1] == 'e' || code[i - 1] == 'E') &&
-                   !(i - begin > 1 && (code[begin + 1] == 'x' || code[begin + 1] == 'X'))) {
-          ++i;
-        } else {
-          break;
-        }
-      }
-      push(Kind::Number, begin, i, depth);
-      continue;
-    }
-    if (c == '"' || c == '\'') {
-      size_t begin = i++;
-      while (i < n && code[i] != static_cast<char>(c) && code[i] != '\n' && code[i] != '\r') {
-        i += code[i] == '\\' ? 2 : 1;
-      }
-      if (i < n && code[i] == static_cast<char>(c)) ++i;
-      if (i > n) i = n;
-      push(Kind::String, begin, i, depth);
-      continue;
-    }
-    if (c == '`') {
-      templateBegin = i++;
-      inTemplate = true;
-      continue;
-    }
-    if (c == '/' && RegexAllowed(scan.tokens)) {
-      size_t j = i + 1;
-      bool inClass = false;
-      bool ended = false;
-      while (j < n && code[j] != '\n' && code[j] != '\r') {
-        char d = code[j];
-        if (d == '\\') {
-          j += 2;
-          continue;
-        }
-        if (d == '[') inClass = true;
-        if (d == ']') inClass = false;
-        if (d == '/' && !inClass) {
-          ended = true;
-          ++j;
-          break;
-        }
-        ++j;
-      }
-      if (ended) {
-        while (j < n && WordPart(static_cast<unsigned char>(code[j]))) ++j;
-        push(Kind::Regex, i, j, depth);
-        i = j;
-        continue;
-      }
-    }
-    if (c == '(' || c == '[' || c == '{') {
-      push(Kind::Punct, i, i + 1, depth);
-      stack.push_back(static_cast<char>(c));
-      ++i;
-      continue;
-    }
-    if (c == ')' || c == ']' || c == '}') {
-      char want = c == ')' ? '(' : c == ']' ? '[' : '{';
-      if (c == '}' && !stack.empty() && stack.back() == 'T') {
-        // The end of a template substitution: template text follows.
-        stack.pop_back();
-        templateBegin = i++;
-        inTemplate = true;
-        continue;
-      }
-      if (stack.empty() || stack.back() != want) {
-        scan.unbalanced = true;
+    if (code_.find_first_of("\n\r", i_) < end) newline_ = true;
+    i_ = end + 2;
+    return true;
+  }
+
+  bool Word() {
+    if (!WordStart(At(i_))) return false;
+    size_t begin = i_;
+    while (i_ < n_ && WordPart(At(i_))) ++i_;
+    Push(Kind::Word, begin, i_, Depth());
+    return true;
+  }
+
+  bool Number() {
+    char c = code_[i_];
+    if (!Digit(c) && !(c == '.' && i_ + 1 < n_ && Digit(code_[i_ + 1]))) return false;
+    size_t begin = i_;
+    while (i_ < n_) {
+      char d = code_[i_];
+      if (WordPart(static_cast<unsigned char>(d)) || d == '.') {
+        ++i_;
+      } else if ((d == '+' || d == '-') && (code_[i_ - 1] == 'e' || code_[i_ - 1] == 'E') &&
+                 !(i_ - begin > 1 && (code_[begin + 1] == 'x' || code_[begin + 1] == 'X'))) {
+        ++i_;
       } else {
-        stack.pop_back();
+        break;
       }
-      push(Kind::Punct, i, i + 1, static_cast<int>(stack.size()));
-      ++i;
-      continue;
     }
+    Push(Kind::Number, begin, i_, Depth());
+    return true;
+  }
+
+  // A text in single or double quotes; one left open ends at the line.
+  bool Quoted() {
+    char quote = code_[i_];
+    if (quote != '"' && quote != '\'') return false;
+    size_t begin = i_++;
+    while (i_ < n_ && code_[i_] != quote && code_[i_] != '\n' && code_[i_] != '\r') {
+      i_ += code_[i_] == '\\' ? 2 : 1;
+    }
+    if (i_ < n_ && code_[i_] == quote) ++i_;
+    if (i_ > n_) i_ = n_;
+    Push(Kind::String, begin, i_, Depth());
+    return true;
+  }
+
+  bool TemplateStart() {
+    if (code_[i_] != '`') return false;
+    templateBegin_ = i_++;
+    inTemplate_ = true;
+    return true;
+  }
+
+  // A regular expression where one may start, ended on its line.
+  bool Regex() {
+    if (code_[i_] != '/' || !RegexAllowed(scan_.tokens)) return false;
+    size_t j = i_ + 1;
+    bool inClass = false;
+    bool ended = false;
+    while (j < n_ && code_[j] != '\n' && code_[j] != '\r') {
+      char d = code_[j];
+      if (d == '\\') {
+        j += 2;
+        continue;
+      }
+      if (d == '[') inClass = true;
+      if (d == ']') inClass = false;
+      if (d == '/' && !inClass) {
+        ended = true;
+        ++j;
+        break;
+      }
+      ++j;
+    }
+    if (!ended) return false;
+    while (j < n_ && WordPart(At(j))) ++j;
+    Push(Kind::Regex, i_, j, Depth());
+    i_ = j;
+    return true;
+  }
+
+  // Brackets, kept on the stack; a } that ends a template substitution
+  // goes back to template text.
+  bool Bracket() {
+    char c = code_[i_];
+    if (c == '(' || c == '[' || c == '{') {
+      Push(Kind::Punct, i_, i_ + 1, Depth());
+      stack_.push_back(c);
+      ++i_;
+      return true;
+    }
+    if (c != ')' && c != ']' && c != '}') return false;
+    if (c == '}' && !stack_.empty() && stack_.back() == 'T') {
+      stack_.pop_back();
+      templateBegin_ = i_++;
+      inTemplate_ = true;
+      return true;
+    }
+    char want = c == ')' ? '(' : c == ']' ? '[' : '{';
+    if (stack_.empty() || stack_.back() != want) {
+      scan_.unbalanced = true;
+    } else {
+      stack_.pop_back();
+    }
+    Push(Kind::Punct, i_, i_ + 1, Depth());
+    ++i_;
+    return true;
+  }
+
+  // The longest operator here, or any other single character.
+  void Operator() {
     size_t length = 1;
     for (const char* op : kOperators) {
       size_t l = std::strlen(op);
-      if (code.compare(i, l, op) == 0) {
+      if (code_.compare(i_, l, op) == 0) {
         length = l;
         break;
       }
     }
-    push(Kind::Punct, i, i + length, depth);
-    i += length;
+    Push(Kind::Punct, i_, i_ + length, Depth());
+    i_ += length;
   }
-  scan.open = !stack.empty() && !scan.unbalanced;
-  return scan;
-}
+
+  const std::string& code_;
+  const size_t n_;
+  size_t i_ = 0;
+  Scan scan_;
+  std::string stack_;  // open brackets; 'T' is a template substitution's ${
+  bool newline_ = false;
+  bool inTemplate_ = false;  // scanning template text (after ` or a substitution's })
+  size_t templateBegin_ = 0;
+};
+
+Scan Tokenize(const std::string& code) { return Tokenizer(code).Run(); }
 
 bool Is(const Token& token, const char* text) {
   return (token.kind == Kind::Word || token.kind == Kind::Punct) && token.text == text;
