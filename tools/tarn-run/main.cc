@@ -84,37 +84,50 @@ int ParseLevel(const char* text) {
   return -1;
 }
 
-}  // namespace
-
-int main(int argc, char* argv[]) {
-  // Freed on every way out of main.
-  g_auto(GStrv) bridges = nullptr;
-  g_autofree gchar* logLevel = nullptr;
-  g_autofree gchar* evalCode = nullptr;
-  g_autofree gchar* printCode = nullptr;
-  g_autofree gchar* tarnData = nullptr;
-  g_autofree gchar* appData = nullptr;
+// What the command line gave, as GLib's option parser fills it in.
+struct CommandLine {
+  gchar** bridges = nullptr;
+  gchar* logLevel = nullptr;
+  gchar* evalCode = nullptr;
+  gchar* printCode = nullptr;
+  gchar* tarnData = nullptr;
+  gchar* appData = nullptr;
   gboolean noBridges = FALSE;
   gboolean version = FALSE;
   gboolean module = FALSE;
+
+  CommandLine() = default;
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+  ~CommandLine() {
+    g_strfreev(bridges);
+    for (gchar* text : {logLevel, evalCode, printCode, tarnData, appData}) g_free(text);
+  }
+};
+
+// Parses the options, each extension's among them; what follows the script
+// name stays in argv for the script. False (status 2) with the message
+// printed.
+bool ParseOptions(int* argc, char*** argv, CommandLine* line,
+                  const std::vector<std::unique_ptr<tarn::host::Extension>>& extensions) {
   GOptionEntry entries[] = {
-      {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &bridges,
+      {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &line->bridges,
        "Bridge library to load (repeatable; default: $TARN_BRIDGES, else the built QDUtil bridge)",
        "PATH"},
-      {"no-bridges", 0, 0, G_OPTION_ARG_NONE, &noBridges, "Load no bridge at all", nullptr},
-      {"log-level", 'l', 0, G_OPTION_ARG_STRING, &logLevel,
+      {"no-bridges", 0, 0, G_OPTION_ARG_NONE, &line->noBridges, "Load no bridge at all", nullptr},
+      {"log-level", 'l', 0, G_OPTION_ARG_STRING, &line->logLevel,
        "Log threshold: error, warn, info, debug, trace or 0-4 (default: $TARN_LOG_LEVEL, else "
        "warn)",
        "LEVEL"},
-      {"tarn-data", 0, 0, G_OPTION_ARG_FILENAME, &tarnData,
+      {"tarn-data", 0, 0, G_OPTION_ARG_FILENAME, &line->tarnData,
        "Device path of the running app's data folder", "PATH"},
-      {"app-data", 0, 0, G_OPTION_ARG_FILENAME, &appData,
+      {"app-data", 0, 0, G_OPTION_ARG_FILENAME, &line->appData,
        "Device path where the app writes its own files (default: its data folder)", "PATH"},
-      {"eval", 'e', 0, G_OPTION_ARG_STRING, &evalCode,
+      {"eval", 'e', 0, G_OPTION_ARG_STRING, &line->evalCode,
        "Run CODE instead of a script file (arguments after it are tarn.args)", "CODE"},
-      {"print", 'p', 0, G_OPTION_ARG_STRING, &printCode,
+      {"print", 'p', 0, G_OPTION_ARG_STRING, &line->printCode,
        "As --eval, then print the value of CODE as console.log does", "CODE"},
-      {"module", 0, 0, G_OPTION_ARG_NONE, &module,
+      {"module", 0, 0, G_OPTION_ARG_NONE, &line->module,
        "Run SCRIPT, -e CODE or standard input as an ES module (SCRIPT.mjs always is one)", nullptr},
       {"inspect", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
        reinterpret_cast<gpointer>(inspectOption),
@@ -124,10 +137,9 @@ int main(int argc, char* argv[]) {
        reinterpret_cast<gpointer>(inspectOption),
        "As --inspect, and wait for the debugger, stopped at the script's first line",
        "[HOST:]PORT"},
-      {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
+      {"version", 'V', 0, G_OPTION_ARG_NONE, &line->version, "Print the version and exit", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
-  std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
   GOptionContext* options = g_option_context_new("[SCRIPT.js [ARGUMENTS...]]");
   g_option_context_set_summary(options,
                                "Runs SCRIPT.js in the Tarn engine host with the bridges loaded.\n"
@@ -142,23 +154,23 @@ int main(int argc, char* argv[]) {
   // Options end at the script name; what follows belongs to the script.
   g_option_context_set_strict_posix(options, TRUE);
   GError* error = nullptr;
-  if (!g_option_context_parse(options, &argc, &argv, &error)) {
+  bool parsed = g_option_context_parse(options, argc, argv, &error);
+  if (!parsed) {
     std::fprintf(stderr, "tarn-run: %s\nTry tarn-run --help.\n", error->message);
     g_error_free(error);
-    g_option_context_free(options);
-    return 2;
   }
   g_option_context_free(options);
+  return parsed;
+}
 
-  if (version) {
-    std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
-    return 0;
-  }
-  if (logLevel) {
-    int level = ParseLevel(logLevel);
+// The log threshold from -l, else from TARN_LOG_LEVEL; false (status 2) for
+// a value that is neither a level's name nor its number.
+bool SetLogLevel(const char* option) {
+  if (option) {
+    int level = ParseLevel(option);
     if (level < 0) {
-      std::fprintf(stderr, "tarn-run: unknown log level \"%s\"\n", logLevel);
-      return 2;
+      std::fprintf(stderr, "tarn-run: unknown log level \"%s\"\n", option);
+      return false;
     }
     tarn::util::Logger::setThreshold(level);
   } else if (const char* fromEnvironment = std::getenv("TARN_LOG_LEVEL");
@@ -169,59 +181,114 @@ int main(int argc, char* argv[]) {
     if (level < 0) {
       std::fprintf(stderr, "tarn-run: unknown log level \"%s\" in TARN_LOG_LEVEL\n",
                    fromEnvironment);
-      return 2;
+      return false;
     }
     tarn::util::Logger::setThreshold(level);
   }
-  if (evalCode && printCode) {
-    std::fprintf(stderr, "tarn-run: -e and -p cannot be given together\n");
-    return 2;
-  }
-  if (module && printCode) {
-    std::fprintf(stderr, "tarn-run: -p cannot print the value of a module (--module); use -e\n");
-    return 2;
-  }
-  tarn::host::HostOptions hostOptions;
-  hostOptions.programPath = argv[0];
-  hostOptions.module = module;
-  bool interactive = false;
+  return true;
+}
+
+// What runs (a script file, standard input, -e or -p code, or the prompt)
+// and the script's arguments. False (status 2) when nothing is given to run.
+bool ChooseInput(int argc, char* argv[], const CommandLine& line,
+                 tarn::host::HostOptions* hostOptions, bool* interactive) {
   // argv[0] is the program; the script comes next, possibly after "--".
   // With -e or -p there is no script: everything after the options is
   // tarn.args.
   int first = 1;
   if (first < argc && std::strcmp(argv[first], "--") == 0) ++first;
-  if (evalCode || printCode) {
-    hostOptions.evaluate = true;
-    hostOptions.print = printCode != nullptr;
-    hostOptions.code = evalCode ? evalCode : printCode;
+  if (line.evalCode || line.printCode) {
+    hostOptions->evaluate = true;
+    hostOptions->print = line.printCode != nullptr;
+    hostOptions->code = line.evalCode ? line.evalCode : line.printCode;
     --first;
   } else if (first >= argc && isatty(STDIN_FILENO)) {
     // No script and a terminal: the interactive prompt, in an otherwise
     // empty run.
-    interactive = true;
-    hostOptions.evaluate = true;
-    hostOptions.code.clear();
+    *interactive = true;
+    hostOptions->evaluate = true;
+    hostOptions->code.clear();
     --first;
   } else if (first >= argc && fcntl(STDIN_FILENO, F_GETFD) != -1) {
     // No script and a pipe or a file on stdin: that is the script.
-    hostOptions.scriptPath = "-";
+    hostOptions->scriptPath = "-";
     --first;
   } else if (first >= argc) {
     std::fprintf(stderr, "tarn-run: no script given\nTry tarn-run --help.\n");
-    return 2;
+    return false;
   } else {
-    hostOptions.scriptPath = argv[first];
+    hostOptions->scriptPath = argv[first];
   }
-  for (int i = first + 1; i < argc; ++i) hostOptions.scriptArgs.push_back(argv[i]);
-  if (bridges) {
-    for (gchar** path = bridges; *path; ++path) hostOptions.bridges.push_back(*path);
-  } else if (!noBridges) {
-    const char* fromEnvironment = std::getenv("TARN_BRIDGES");
-    hostOptions.bridges = Split(fromEnvironment ? fromEnvironment : DefaultBridge(), ':');
+  for (int i = first + 1; i < argc; ++i) hostOptions->scriptArgs.push_back(argv[i]);
+  return true;
+}
+
+// -b paths, else $TARN_BRIDGES, else the QDUtil bridge; none with --no-bridges.
+std::vector<std::string> ChooseBridges(const CommandLine& line) {
+  std::vector<std::string> bridges;
+  if (line.noBridges) return bridges;
+  if (line.bridges) {
+    for (gchar** path = line.bridges; *path; ++path) bridges.push_back(*path);
+    return bridges;
   }
-  if (noBridges) hostOptions.bridges.clear();
-  if (tarnData) AppConfig::Instance()->SetTarnDataPath(tarnData);
-  if (appData) AppConfig::Instance()->SetAppDataPath(appData);
+  const char* fromEnvironment = std::getenv("TARN_BRIDGES");
+  return Split(fromEnvironment ? fromEnvironment : DefaultBridge(), ':');
+}
+
+// Starts the extensions, checks the simulated set's folder and adds the
+// prompt when one runs. False (status 2) with the message printed.
+bool StartExtensions(std::vector<std::unique_ptr<tarn::host::Extension>>* extensions,
+                     bool interactive) {
+  std::string message;
+  for (auto& extension : *extensions) {
+    if (!extension->start(&message)) {
+      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+      return false;
+    }
+  }
+  if (!simulatorRootUsable(&message)) {
+    std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+    return false;
+  }
+  if (interactive) {
+    // Last, so that it starts once everything else is installed.
+    std::unique_ptr<tarn::host::Extension> repl = LoadRepl(&message);
+    if (!repl) {
+      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+      return false;
+    }
+    extensions->push_back(std::move(repl));
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
+  CommandLine line;
+  if (!ParseOptions(&argc, &argv, &line, extensions)) return 2;
+  if (line.version) {
+    std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
+    return 0;
+  }
+  if (!SetLogLevel(line.logLevel)) return 2;
+  if (line.evalCode && line.printCode) {
+    std::fprintf(stderr, "tarn-run: -e and -p cannot be given together\n");
+    return 2;
+  }
+  if (line.module && line.printCode) {
+    std::fprintf(stderr, "tarn-run: -p cannot print the value of a module (--module); use -e\n");
+    return 2;
+  }
+  tarn::host::HostOptions hostOptions;
+  hostOptions.programPath = argv[0];
+  hostOptions.module = line.module;
+  bool interactive = false;
+  if (!ChooseInput(argc, argv, line, &hostOptions, &interactive)) return 2;
+  hostOptions.bridges = ChooseBridges(line);
+  if (line.tarnData) AppConfig::Instance()->SetTarnDataPath(line.tarnData);
+  if (line.appData) AppConfig::Instance()->SetAppDataPath(line.appData);
 
   int status = 0;
   std::unique_ptr<tarn::host::ScriptDebugger> debugger =
@@ -230,31 +297,8 @@ int main(int argc, char* argv[]) {
                                                     : hostOptions.scriptPath,
                     &status);
   if (status != 0) return status;
+  if (!StartExtensions(&extensions, interactive)) return 2;
 
-  for (auto& extension : extensions) {
-    std::string message;
-    if (!extension->start(&message)) {
-      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
-      return 2;
-    }
-  }
-  {
-    std::string message;
-    if (!simulatorRootUsable(&message)) {
-      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
-      return 2;
-    }
-  }
-  if (interactive) {
-    // Last, so that it starts once everything else is installed.
-    std::string message;
-    std::unique_ptr<tarn::host::Extension> repl = LoadRepl(&message);
-    if (!repl) {
-      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
-      return 2;
-    }
-    extensions.push_back(std::move(repl));
-  }
   tarn::host::Host host(hostOptions);
   for (auto& extension : extensions) host.AddExtension(extension.get());
   if (debugger) host.SetDebugger(debugger.get());
