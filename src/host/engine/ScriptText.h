@@ -1,10 +1,11 @@
-// Texts between the script world and the host's own code, and the one way
-// the host spells an absolute path without "." and "..". Inline, so the
-// host's separate libraries (the prompt, the debugger) use them too.
+// Texts between the script world and the host's own code, UTF-8, and the
+// one way the host spells an absolute path without "." and "..". Inline, so
+// the host's separate libraries (the prompt, the debugger) use them too.
 #pragma once
 
 #include <v8.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,27 @@ inline v8::Local<v8::String> Text(v8::Isolate* isolate, const std::string& text)
     return v8::String::Empty(isolate);
   }
   return result;
+}
+
+// A code point as UTF-8; one that cannot be a character (a surrogate, past
+// U+10FFFF) as U+FFFD.
+inline void AppendUtf8(uint32_t code, std::string* out) {
+  if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) code = 0xFFFD;
+  if (code < 0x80) {
+    out->push_back(static_cast<char>(code));
+  } else if (code < 0x800) {
+    out->push_back(static_cast<char>(0xC0 | (code >> 6)));
+    out->push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  } else if (code < 0x10000) {
+    out->push_back(static_cast<char>(0xE0 | (code >> 12)));
+    out->push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  } else {
+    out->push_back(static_cast<char>(0xF0 | (code >> 18)));
+    out->push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  }
 }
 
 // An absolute path with "." and ".." steps taken out by name, as a URL is

@@ -3,33 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "engine/ScriptText.h"
+
 namespace tarn {
 namespace host {
 namespace repl {
-
-namespace {
-
-void AppendUtf8(std::string* out, wchar_t c) {
-  auto u = static_cast<uint32_t>(c);
-  if (u > 0x10FFFF || (u >= 0xD800 && u <= 0xDFFF)) u = 0xFFFD;
-  if (u < 0x80) {
-    out->push_back(static_cast<char>(u));
-  } else if (u < 0x800) {
-    out->push_back(static_cast<char>(0xC0 | (u >> 6)));
-    out->push_back(static_cast<char>(0x80 | (u & 0x3F)));
-  } else if (u < 0x10000) {
-    out->push_back(static_cast<char>(0xE0 | (u >> 12)));
-    out->push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (u & 0x3F)));
-  } else {
-    out->push_back(static_cast<char>(0xF0 | (u >> 18)));
-    out->push_back(static_cast<char>(0x80 | ((u >> 12) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (u & 0x3F)));
-  }
-}
-
-}  // namespace
 
 int Utf8SequenceLength(unsigned char first) {
   return first < 0x80         ? 1
@@ -65,7 +43,7 @@ int ReadWideChar(const std::function<bool(unsigned char*)>& next,
 
 std::string Utf8(const wchar_t* begin, const wchar_t* end) {
   std::string out;
-  for (const wchar_t* p = begin; p < end; ++p) AppendUtf8(&out, *p);
+  for (const wchar_t* p = begin; p < end; ++p) AppendUtf8(static_cast<uint32_t>(*p), &out);
   return out;
 }
 
