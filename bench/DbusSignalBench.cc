@@ -107,6 +107,55 @@ double percentile(std::vector<double> values, double p) {
   return values[index];
 }
 
+// Per phase, script listener [0] against plain subscriber [1].
+struct Result {
+  double p50[2], p99[2], rate[2];
+};
+
+// Phase 1 paced at `rate`, latencies from each emission to its answer;
+// phase 2 unpaced, answers per second. False when answers are missing.
+bool Measure(GDBusConnection* bench, size_t count, double rate, Result* result) {
+  for (int phase = 0; phase < 2; ++phase) {
+    echoes.script.clear();
+    echoes.plain.clear();
+    std::vector<gint64> sent(count);
+    std::thread sender([&] {
+      const gint64 start = g_get_monotonic_time();
+      for (size_t i = 0; i < count; ++i) {
+        if (phase == 0) {
+          const gint64 due = start + static_cast<gint64>(i * 1e6 / rate);
+          const gint64 wait = due - g_get_monotonic_time();
+          if (wait > 0) g_usleep(wait);
+        }
+        sent[i] = g_get_monotonic_time();
+        emit(bench, "{\"bench\":1}");
+      }
+    });
+    const bool all =
+        spin([&] { return echoes.script.size() >= count && echoes.plain.size() >= count; }, 120);
+    sender.join();
+    if (!all) {
+      std::fprintf(stderr, "phase %d: answers script %zu plain %zu of %zu\n", phase + 1,
+                   echoes.script.size(), echoes.plain.size(), count);
+      return false;
+    }
+    const std::vector<gint64>* got[2] = {&echoes.script, &echoes.plain};
+    for (int s = 0; s < 2; ++s) {
+      if (phase == 0) {
+        std::vector<double> latency;
+        for (size_t i = 0; i < count; ++i) latency.push_back(double((*got[s])[i] - sent[i]));
+        result->p50[s] = percentile(latency, 0.50);
+        result->p99[s] = percentile(latency, 0.99);
+      } else {
+        result->rate[s] = count / ((got[s]->back() - sent[0]) / 1e6);
+      }
+    }
+    spin([] { return false; }, 0.3);
+  }
+
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -193,48 +242,8 @@ int main(int argc, char** argv) {
   }
   spin([] { return false; }, 0.5);
 
-  struct Result {
-    double p50[2], p99[2], rate[2];
-  } result{};
-  bool complete = true;
-  for (int phase = 0; phase < 2; ++phase) {
-    echoes.script.clear();
-    echoes.plain.clear();
-    std::vector<gint64> sent(count);
-    std::thread sender([&] {
-      const gint64 start = g_get_monotonic_time();
-      for (size_t i = 0; i < count; ++i) {
-        if (phase == 0) {
-          const gint64 due = start + static_cast<gint64>(i * 1e6 / rate);
-          const gint64 wait = due - g_get_monotonic_time();
-          if (wait > 0) g_usleep(wait);
-        }
-        sent[i] = g_get_monotonic_time();
-        emit(bench, "{\"bench\":1}");
-      }
-    });
-    const bool all =
-        spin([&] { return echoes.script.size() >= count && echoes.plain.size() >= count; }, 120);
-    sender.join();
-    if (!all) {
-      std::fprintf(stderr, "phase %d: answers script %zu plain %zu of %zu\n", phase + 1,
-                   echoes.script.size(), echoes.plain.size(), count);
-      complete = false;
-      break;
-    }
-    const std::vector<gint64>* got[2] = {&echoes.script, &echoes.plain};
-    for (int s = 0; s < 2; ++s) {
-      if (phase == 0) {
-        std::vector<double> latency;
-        for (size_t i = 0; i < count; ++i) latency.push_back(double((*got[s])[i] - sent[i]));
-        result.p50[s] = percentile(latency, 0.50);
-        result.p99[s] = percentile(latency, 0.99);
-      } else {
-        result.rate[s] = count / ((got[s]->back() - sent[0]) / 1e6);
-      }
-    }
-    spin([] { return false; }, 0.3);
-  }
+  Result result{};
+  const bool complete = Measure(bench, count, rate, &result);
 
   emit(bench, "stop");
   roundTrip(bench);
