@@ -15,9 +15,8 @@ function cellText(value) {
   return inspectValue(value, { depth, maxArrayLength: 3, breakLength: Infinity });
 }
 
-function centred(text, width) {
-  const needed = (width - textWidth(text)) / 2;
-  return spaces(MathFloor(needed)) + text + spaces(needed);
+function padded(text, width) {
+  return text + spaces(width - textWidth(text));
 }
 
 function rule(widths, left, middle, right) {
@@ -33,7 +32,7 @@ function rule(widths, left, middle, right) {
 function tableRow(cells, widths) {
   let text = '\u2502';
   for (let i = 0; i < widths.length; i++) {
-    text += ` ${centred(cells[i], widths[i])} \u2502`;
+    text += ` ${padded(cells[i], widths[i])} \u2502`;
   }
   return text;
 }

@@ -5,8 +5,8 @@ function shape(braces, keys, type, entries, base) {
   return { braces, keys, type, entries, base: base === undefined ? '' : base };
 }
 
-function ownKeys(ctx, value) {
-  return natives.ownKeys(value, ctx.showHidden);
+function ownKeys(ctx, value, skipIndices) {
+  return natives.ownKeys(value, ctx.showHidden, skipIndices === true);
 }
 
 function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
@@ -18,11 +18,15 @@ function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
     case 'set': return collectionShape(ctx, value, constructor, tag, kind);
     case 'mapIterator':
     case 'setIterator': return iteratorShape(ctx, value, kind);
-    case 'arguments':
-      return shape(['[Arguments] [', ']'], ownKeys(ctx, value), kArrayType, arrayEntries);
+    case 'arguments': {
+      // node 20 lists an arguments object's entries as keys.
+      const keys = ownKeys(ctx, value);
+      if (keys.length === 0) return '[Arguments] {}';
+      return shape(['[Arguments] {', '}'], keys, kObjectType);
+    }
     default: break;
   }
-  const keys = ownKeys(ctx, value);
+  const keys = ownKeys(ctx, value, kind === 'String');
   const special = specialShape(ctx, value, recurseTimes, constructor, tag, kind, keys, inTypedArray);
   if (special !== undefined) return special;
   if (constructor === 'Object') {

@@ -4,6 +4,7 @@
 
 const kObjectType = 0;
 const kArrayType = 1;
+const kArrayExtrasType = 2; // an array's own keys besides its entries
 
 // A data property found on the object or its prototypes; undefined when
 // absent, behind a getter, or behind a proxy in the chain.
@@ -189,7 +190,8 @@ function describe(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
   const keys = shape.keys;
   const numeric = ctx.numeric && keys.length === 0;
   for (let i = 0; i < keys.length; i++) {
-    append(output, formatProperty(ctx, value, recurseTimes, keys[i], shape.type));
+    append(output, formatProperty(ctx, value, recurseTimes, keys[i],
+                                  shape.type === kArrayType ? kArrayExtrasType : kObjectType));
   }
   if (shape.extra !== undefined) {
     for (let i = 0; i < shape.extra.length; i++) append(output, shape.extra[i]);
