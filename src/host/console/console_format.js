@@ -23,7 +23,7 @@ function makeContext(base, options) {
     circular: undefined,
     indentationLvl: 0,
     currentDepth: 0,
-    numeric: false,
+    protoProps: undefined,
   };
   for (let i = 0; i < optionNames.length; i++) {
     const name = optionNames[i];
@@ -146,7 +146,13 @@ function specifierText(letter, argument) {
     case 100: return formatNumber(argument, NumberCtor); // d
     case 105: return formatNumber(argument, NumberParseInt); // i
     case 102: // f
-      return typeof argument === 'symbol' ? 'NaN' : formatNumber(argument, NumberParseFloat);
+      if (typeof argument === 'symbol') return 'NaN';
+      try {
+        return numberText(NumberParseFloat(argument));
+      } catch (error) {
+        if (isStackOverflow(error)) throw error;
+        return 'NaN';
+      }
     case 106: return formatJson(argument); // j
     case 111: return inspectValue(argument, hiddenAndProxies); // o
     case 79: return inspectValue(argument, undefined); // O

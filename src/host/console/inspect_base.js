@@ -261,20 +261,26 @@ function textWidth(text) {
   return width;
 }
 
+// Marks drawn over the character before them, and invisible format
+// characters; then East Asian wide and fullwidth ranges, and emoji drawn as
+// pictures.
+const zeroWidth = /^[\p{Mn}\p{Me}\p{Cf}]$/u;
+const emojiPicture = /^\p{Emoji_Presentation}$/u;
+const StringFromCodePoint = String.fromCodePoint;
+
 function unitWidth(code) {
-  if (code <= 0x9f || (code >= 0x300 && code <= 0x36f) || (code >= 0x200b && code <= 0x200f) ||
-      (code >= 0xfe00 && code <= 0xfe0f) || (code >= 0xe0100 && code <= 0xe01ef)) {
-    return 0;
-  }
+  if (code <= 0x9f) return 0;
+  const character = StringFromCodePoint(code);
+  if (RegExpTest(zeroWidth, character)) return 0;
   if ((code >= 0x1100 && code <= 0x115f) || (code >= 0x2e80 && code <= 0x303e) ||
       (code >= 0x3041 && code <= 0x33ff) || (code >= 0x3400 && code <= 0x4dbf) ||
       (code >= 0x4e00 && code <= 0x9fff) || (code >= 0xa000 && code <= 0xa4c6) ||
       (code >= 0xa960 && code <= 0xa97c) || (code >= 0xac00 && code <= 0xd7a3) ||
       (code >= 0xf900 && code <= 0xfaff) || (code >= 0xfe10 && code <= 0xfe19) ||
       (code >= 0xfe30 && code <= 0xfe6b) || (code >= 0xff01 && code <= 0xff60) ||
-      (code >= 0xffe0 && code <= 0xffe6) || (code >= 0x1f300 && code <= 0x1f64f) ||
-      (code >= 0x1f900 && code <= 0x1f9ff) || (code >= 0x1b000 && code <= 0x1b001) ||
-      (code >= 0x1f200 && code <= 0x1f251) || (code >= 0x20000 && code <= 0x3fffd)) {
+      (code >= 0xffe0 && code <= 0xffe6) || (code >= 0x1b000 && code <= 0x1b001) ||
+      (code >= 0x1f200 && code <= 0x1f251) || (code >= 0x20000 && code <= 0x3fffd) ||
+      RegExpTest(emojiPicture, character)) {
     return 2;
   }
   return 1;

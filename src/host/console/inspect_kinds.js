@@ -5,6 +5,11 @@ function shape(braces, keys, type, entries, base) {
   return { braces, keys, type, entries, base: base === undefined ? '' : base };
 }
 
+// No own keys to show, nor properties of its class's prototypes.
+function isEmpty(ctx, keys) {
+  return keys.length === 0 && ctx.protoProps === undefined;
+}
+
 function ownKeys(ctx, value, skipIndices) {
   return natives.ownKeys(value, ctx.showHidden, skipIndices === true);
 }
@@ -21,7 +26,7 @@ function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
     case 'arguments': {
       // node 20 lists an arguments object's entries as keys.
       const keys = ownKeys(ctx, value);
-      if (keys.length === 0) return '[Arguments] {}';
+      if (isEmpty(ctx, keys)) return '[Arguments] {}';
       return shape(['[Arguments] {', '}'], keys, kObjectType);
     }
     default: break;
@@ -31,10 +36,10 @@ function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
   if (special !== undefined) return special;
   if (constructor === 'Object') {
     const open = tag !== '' ? `${prefixOf(constructor, tag, 'Object')}{` : '{';
-    if (keys.length === 0) return `${open}}`;
+    if (isEmpty(ctx, keys)) return `${open}}`;
     return shape([open, '}'], keys, kObjectType);
   }
-  if (keys.length === 0) return `${prefixOf(constructor, tag, 'Object')}{}`;
+  if (isEmpty(ctx, keys)) return `${prefixOf(constructor, tag, 'Object')}{}`;
   return shape([`${prefixOf(constructor, tag, 'Object')}{`, '}'], keys, kObjectType);
 }
 
@@ -80,8 +85,11 @@ function specialShape(ctx, value, recurseTimes, constructor, tag, kind, keys, in
     default:
       return undefined;
   }
-  if (keys.length === 0) return base;
-  return shape(['{', '}'], keys, kObjectType, undefined, base);
+  if (isEmpty(ctx, keys)) return base;
+  const result = shape(['{', '}'], keys, kObjectType, undefined, base);
+  // Below the depth limit a regular expression still shows its text.
+  if (kind === 'regExp') result.deep = base;
+  return result;
 }
 
 // --- arrays ---------------------------------------------------------------
@@ -90,8 +98,8 @@ function arrayShape(ctx, value, constructor, tag) {
   const length = value.length;
   const prefix = constructor !== 'Array' || tag !== ''
     ? prefixOf(constructor, tag, 'Array', `(${length})`) : '';
-  const keys = natives.ownKeys(value, ctx.showHidden, true);
-  if (length === 0 && keys.length === 0) return `${prefix}[]`;
+  const keys = ownKeys(ctx, value, true);
+  if (length === 0 && isEmpty(ctx, keys)) return `${prefix}[]`;
   const result = shape([`${prefix}[`, ']'], keys, kArrayType, arrayEntries);
   return result;
 }
@@ -107,46 +115,52 @@ function arrayEntries(ctx, value, recurseTimes) {
   let index = 0;
   let present;
   let next = 0;
-  let numeric = true;
   while (index < length && output.length < ctx.maxArrayLength) {
     if (present === undefined && HasOwn(value, index)) {
-      numeric = entryText(ctx, value, recurseTimes, index, output) && numeric;
+      append(output, entryText(ctx, value, recurseTimes, index));
       index++;
       continue;
     }
     if (present === undefined) present = natives.indices(value);
     while (next < present.length && present[next] < index) next++;
     if (next < present.length && present[next] === index) {
-      numeric = entryText(ctx, value, recurseTimes, index, output) && numeric;
+      append(output, entryText(ctx, value, recurseTimes, index));
       index++;
       continue;
     }
     const end = next < present.length && present[next] < length ? present[next] : length;
     const holes = end - index;
     append(output, `<${holes} empty item${holes > 1 ? 's' : ''}>`);
-    numeric = false;
     index = end;
   }
   if (index < length) append(output, moreItems(length - index));
-  ctx.numeric = numeric;
   return output;
 }
 
-// Appends one entry's text; true when the entry is a number or bigint (such
-// columns are aligned right).
-function entryText(ctx, value, recurseTimes, index, output) {
-  const descriptor = ReflectDescriptor(value, index);
-  const item = descriptor.value;
-  append(output, formatProperty(ctx, value, recurseTimes, index, kArrayType, descriptor));
-  return typeof item === 'number' || typeof item === 'bigint';
+function entryText(ctx, value, recurseTimes, index) {
+  return formatProperty(ctx, value, recurseTimes, index, kArrayType,
+                        ReflectDescriptor(value, index));
+}
+
+// Whether the first `count` elements are all numbers or bigints: columns of
+// them are aligned right.
+function numericElements(value, count) {
+  const typed = natives.kindOf(value) === 'typedArray';
+  const length = typed ? TypedArrayLength(value) : value.length;
+  if (count > length) return false;
+  for (let i = 0; i < count; i++) {
+    const item = typed ? value[i] : ownData(value, i);
+    if (typeof item !== 'number' && typeof item !== 'bigint') return false;
+  }
+  return true;
 }
 
 function typedArrayShape(ctx, value, constructor, tag) {
   const length = TypedArrayLength(value);
   const fallback = TypedArrayTag(value);
-  const keys = natives.ownKeys(value, ctx.showHidden, true);
+  const keys = ownKeys(ctx, value, true);
   const prefix = prefixOf(constructor, constructor === fallback ? '' : tag, fallback, `(${length})`);
-  if (length === 0 && keys.length === 0 && !ctx.showHidden) return `${prefix}[]`;
+  if (length === 0 && isEmpty(ctx, keys) && !ctx.showHidden) return `${prefix}[]`;
   const result = shape([`${prefix}[`, ']'], keys, kArrayType, typedArrayEntries);
   return result;
 }
@@ -169,7 +183,6 @@ function typedArrayEntries(ctx, value, recurseTimes) {
     append(output, `[buffer]: ${formatValue(ctx, TypedArrayBuffer(value), recurseTimes, true)}`);
     ctx.indentationLvl -= 2;
   }
-  ctx.numeric = true;
   return output;
 }
 
@@ -188,7 +201,7 @@ function collectionShape(ctx, value, constructor, tag, kind) {
   const size = isMap ? MapSize(value) : SetSize(value);
   const keys = ownKeys(ctx, value);
   const prefix = prefixOf(constructor, tag, isMap ? 'Map' : 'Set', `(${size})`);
-  if (size === 0 && keys.length === 0) return `${prefix}{}`;
+  if (size === 0 && isEmpty(ctx, keys)) return `${prefix}{}`;
   return shape([`${prefix}{`, '}'], keys, kObjectType, isMap ? mapEntries : setEntries);
 }
 
@@ -267,6 +280,9 @@ function bufferShape(ctx, value, constructor, tag, kind, keys, inTypedArray) {
   const name = kind === 'arrayBuffer' ? 'ArrayBuffer' : 'SharedArrayBuffer';
   const length = kind === 'arrayBuffer' ? ArrayBufferByteLength(value)
     : SharedArrayBufferByteLength(value);
+  if (inTypedArray && isEmpty(ctx, keys)) {
+    return `${prefixOf(constructor, tag, name)}{ byteLength: ${length} }`;
+  }
   const result = shape([`${prefixOf(constructor, tag, name)}{`, '}'], keys, kObjectType);
   result.entries = (c, v) => {
     const output = inTypedArray ? [] : bufferEntries(c, v, length);

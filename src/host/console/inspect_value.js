@@ -54,7 +54,12 @@ function constructorOf(ctx, value, recurseTimes) {
       const name = functionName(descriptor.value);
       const prototype = ownData(descriptor.value, 'prototype');
       if (typeof name === 'string' && name !== '' && prototype !== undefined &&
-          (prototype === value || hasInChain(value, prototype) || holder === prototype)) {
+          hasInChain(value, prototype)) {
+        if (ctx.showHidden && recurseTimes <= ctx.depth &&
+            (first !== holder || !isBuiltInName(name))) {
+          ctx.protoProps = prototypeProperties(ctx, value, first === undefined ? value : first,
+                                               recurseTimes);
+        }
         return name;
       }
     }
@@ -66,6 +71,37 @@ function constructorOf(ctx, value, recurseTimes) {
   if (recurseTimes > ctx.depth) return `${internal} <Complex prototype>`;
   const inner = makeContext(ctx, { depth: -1, customInspect: false });
   return `${internal} <${formatValue(inner, first, 0)}>`;
+}
+
+// With showHidden: the data (not methods) that an object's class and up to
+// two classes above it put on their prototypes, under the keys the object
+// does not have itself; undefined when there are none.
+function prototypeProperties(ctx, value, start, recurseTimes) {
+  const output = [];
+  const shown = [];
+  let holder = start;
+  append(ctx.seen, value);
+  for (let level = 0; level < 3; level++) {
+    if (level !== 0 || holder === value) {
+      holder = ReflectPrototypeOf(holder);
+      if (holder === null || natives.kindOf(holder) === 'proxy') break;
+      const constructor = ownData(holder, 'constructor');
+      if (typeof constructor === 'function' && isBuiltInName(functionName(constructor))) break;
+    }
+    const keys = ReflectOwnKeys(holder);
+    const levelKeys = [];
+    for (let i = 0; i < keys.length; i++) {
+      const key = keys[i];
+      append(levelKeys, key);
+      if (key === 'constructor' || HasOwn(value, key) || hasKey(shown, key)) continue;
+      const descriptor = ReflectDescriptor(holder, key);
+      if (typeof descriptor.value === 'function') continue;
+      append(output, formatProperty(ctx, holder, recurseTimes, key, kObjectType, descriptor, value));
+    }
+    for (let i = 0; i < levelKeys.length; i++) append(shown, levelKeys[i]);
+  }
+  ctx.seen.length -= 1;
+  return output.length === 0 ? undefined : output;
 }
 
 // Symbol.toStringTag when it is a text that says something the class name
@@ -99,6 +135,8 @@ function formatValue(ctx, value, recurseTimes, inTypedArray) {
   if (proxy !== undefined) {
     if (proxy[0] === null) return '<Revoked Proxy>';
     if (ctx.showProxy) return formatProxy(ctx, proxy, recurseTimes);
+    // node takes a target whose property "0" is null for a revoked proxy.
+    if (dataProperty(proxy[0], '0') === null) return '<Revoked Proxy>';
     value = proxy[0];
   }
   if (ctx.customInspect) {
@@ -161,6 +199,7 @@ function formatRaw(ctx, value, recurseTimes, inTypedArray) {
   let constructor = null;
   let tag = '';
   try {
+    ctx.protoProps = undefined;
     constructor = constructorOf(ctx, value, recurseTimes);
     tag = tagOf(ctx, value, constructor);
     return describe(ctx, value, recurseTimes, constructor, tag, inTypedArray);
@@ -177,24 +216,25 @@ function formatRaw(ctx, value, recurseTimes, inTypedArray) {
 // known: nested values, own keys, cycles, and the line layout.
 function describe(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
   const shape = shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray);
+  const protoProps = ctx.protoProps;
+  ctx.protoProps = undefined;
   if (typeof shape === 'string') return shape;
   if (recurseTimes > ctx.depth) {
+    if (shape.deep !== undefined) return shape.deep;
     const name = StringSlice(prefixOf(constructor, tag, 'Object'), 0, -1);
     return constructor === null ? name : `[${name}]`;
   }
   recurseTimes += 1;
   append(ctx.seen, value);
   ctx.currentDepth = recurseTimes;
-  ctx.numeric = false;
   let output = shape.entries === undefined ? [] : shape.entries(ctx, value, recurseTimes);
   const keys = shape.keys;
-  const numeric = ctx.numeric && keys.length === 0;
   for (let i = 0; i < keys.length; i++) {
     append(output, formatProperty(ctx, value, recurseTimes, keys[i],
                                   shape.type === kArrayType ? kArrayExtrasType : kObjectType));
   }
-  if (shape.extra !== undefined) {
-    for (let i = 0; i < shape.extra.length; i++) append(output, shape.extra[i]);
+  if (protoProps !== undefined) {
+    for (let i = 0; i < protoProps.length; i++) append(output, protoProps[i]);
   }
   ctx.seen.length -= 1;
   let base = shape.base;
@@ -208,6 +248,8 @@ function describe(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
     }
   }
   if (ctx.sorted) output = sortEntries(ctx, output, shape.type, keys.length);
+  const numeric = shape.type === kArrayType && output.length > 6 &&
+    numericElements(value, output.length);
   return reduceToSingleString(ctx, output, base, braces, shape.type, recurseTimes, numeric);
 }
 
@@ -225,7 +267,7 @@ function sortEntries(ctx, output, type, keyCount) {
 }
 
 // "key: value" for one property, or the value alone for an array entry.
-function formatProperty(ctx, object, recurseTimes, key, type, descriptor) {
+function formatProperty(ctx, object, recurseTimes, key, type, descriptor, receiver) {
   let text;
   let separator = ' ';
   if (descriptor === undefined) {
@@ -248,7 +290,7 @@ function formatProperty(ctx, object, recurseTimes, key, type, descriptor) {
     }
     ctx.indentationLvl -= diff;
   } else if (descriptor.get !== undefined) {
-    text = getterText(ctx, object, recurseTimes, descriptor);
+    text = getterText(ctx, receiver === undefined ? object : receiver, recurseTimes, descriptor);
   } else if (descriptor.set !== undefined) {
     text = '[Setter]';
   } else {
