@@ -80,9 +80,9 @@ void PromiseParts(const v8::FunctionCallbackInfo<v8::Value>& info) {
   const char* name = state == v8::Promise::kPending     ? "pending"
                      : state == v8::Promise::kFulfilled ? "fulfilled"
                                                         : "rejected";
-  v8::Local<v8::Value> parts[] = {
-      Name(isolate, name),
-      state == v8::Promise::kPending ? v8::Undefined(isolate).As<v8::Value>() : promise->Result()};
+  v8::Local<v8::Value> parts[] = {Name(isolate, name), state == v8::Promise::kPending
+                                                           ? v8::Undefined(isolate).As<v8::Value>()
+                                                           : promise->Result()};
   info.GetReturnValue().Set(v8::Array::New(isolate, parts, 2));
 }
 
@@ -117,11 +117,11 @@ void OwnKeys(const v8::FunctionCallbackInfo<v8::Value>& info) {
   v8::Local<v8::Array> keys;
   if (info[0]
           .As<v8::Object>()
-          ->GetPropertyNames(context, v8::KeyCollectionMode::kOwnOnly,
-                             info[1]->IsTrue() ? v8::ALL_PROPERTIES : v8::ONLY_ENUMERABLE,
-                             info[2]->IsTrue() ? v8::IndexFilter::kSkipIndices
-                                               : v8::IndexFilter::kIncludeIndices,
-                             v8::KeyConversionMode::kConvertToString)
+          ->GetPropertyNames(
+              context, v8::KeyCollectionMode::kOwnOnly,
+              info[1]->IsTrue() ? v8::ALL_PROPERTIES : v8::ONLY_ENUMERABLE,
+              info[2]->IsTrue() ? v8::IndexFilter::kSkipIndices : v8::IndexFilter::kIncludeIndices,
+              v8::KeyConversionMode::kConvertToString)
           .ToLocal(&keys)) {
     info.GetReturnValue().Set(keys);
   }
@@ -137,9 +137,10 @@ void Indices(const v8::FunctionCallbackInfo<v8::Value>& info) {
   v8::Local<v8::Array> keys;
   if (!info[0]
            .As<v8::Object>()
-           ->GetPropertyNames(context, v8::KeyCollectionMode::kOwnOnly,
-                              static_cast<v8::PropertyFilter>(v8::ALL_PROPERTIES | v8::SKIP_SYMBOLS),
-                              v8::IndexFilter::kIncludeIndices, v8::KeyConversionMode::kKeepNumbers)
+           ->GetPropertyNames(
+               context, v8::KeyCollectionMode::kOwnOnly,
+               static_cast<v8::PropertyFilter>(v8::ALL_PROPERTIES | v8::SKIP_SYMBOLS),
+               v8::IndexFilter::kIncludeIndices, v8::KeyConversionMode::kKeepNumbers)
            .ToLocal(&keys)) {
     return;
   }
@@ -166,9 +167,14 @@ struct Helper {
 };
 
 constexpr Helper kHelpers[] = {
-    {"kindOf", KindOf},   {"proxyParts", ProxyParts}, {"promiseParts", PromiseParts},
-    {"remaining", Remaining}, {"items", Items},       {"ownKeys", OwnKeys},
-    {"constructorName", ConstructorName}, {"indices", Indices},
+    {"kindOf", KindOf},
+    {"proxyParts", ProxyParts},
+    {"promiseParts", PromiseParts},
+    {"remaining", Remaining},
+    {"items", Items},
+    {"ownKeys", OwnKeys},
+    {"constructorName", ConstructorName},
+    {"indices", Indices},
 };
 
 }  // namespace
