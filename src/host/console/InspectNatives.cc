@@ -154,6 +154,21 @@ void Indices(const v8::FunctionCallbackInfo<v8::Value>& info) {
   info.GetReturnValue().Set(v8::Array::New(isolate, numbers.data(), numbers.size()));
 }
 
+// proxyFreeChain(value): true when neither the object nor any object on its
+// prototype chain is a proxy, so that reading their own properties runs no
+// trap.
+void ProxyFreeChain(const v8::FunctionCallbackInfo<v8::Value>& info) {
+  v8::Local<v8::Value> holder = info[0];
+  for (int steps = 0; steps < 10000 && holder->IsObject(); ++steps) {
+    if (holder->IsProxy()) {
+      info.GetReturnValue().Set(false);
+      return;
+    }
+    holder = holder.As<v8::Object>()->GetPrototype();
+  }
+  info.GetReturnValue().Set(holder->IsNull());
+}
+
 // The engine's name for an object's constructor, used when no prototype
 // says it.
 void ConstructorName(const v8::FunctionCallbackInfo<v8::Value>& info) {
@@ -175,6 +190,7 @@ constexpr Helper kHelpers[] = {
     {"ownKeys", OwnKeys},
     {"constructorName", ConstructorName},
     {"indices", Indices},
+    {"proxyFreeChain", ProxyFreeChain},
 };
 
 }  // namespace

@@ -18,6 +18,7 @@ const optionNames = ReflectOwnKeys(defaultOptions);
 // The working state of one inspection, from defaults, a base context and
 // the options given (a script's object may be read: console.dir's options).
 function makeContext(base, options) {
+  if (base === undefined && options === undefined) return defaultContext();
   const ctx = {
     seen: [],
     circular: undefined,
@@ -39,6 +40,26 @@ function makeContext(base, options) {
   if (ctx.maxStringLength === null) ctx.maxStringLength = Infinity;
   if (base !== undefined) ctx.indentationLvl = base.indentationLvl;
   return ctx;
+}
+
+function defaultContext() {
+  return {
+    seen: [],
+    circular: undefined,
+    indentationLvl: 0,
+    currentDepth: 0,
+    protoProps: undefined,
+    depth: 2,
+    showHidden: false,
+    showProxy: false,
+    customInspect: true,
+    getters: false,
+    sorted: false,
+    breakLength: 80,
+    compact: 3,
+    maxArrayLength: 100,
+    maxStringLength: 10000,
+  };
 }
 
 // What a value's own inspection method receives as options.
@@ -193,9 +214,22 @@ function formatLine(args) {
     }
   }
   for (; next < args.length; next++) {
-    const argument = args[next];
-    text += separator + (typeof argument === 'string' ? argument : inspectValue(argument, undefined));
+    text += separator + argumentText(args[next]);
     separator = ' ';
   }
   return text;
+}
+
+// An argument after the format: a text as it is, anything else as inspect
+// shows it (primitives without setting up an inspection).
+function argumentText(argument) {
+  switch (typeof argument) {
+    case 'string': return argument;
+    case 'number': return numberText(argument);
+    case 'bigint': return `${argument}n`;
+    case 'boolean': return argument ? 'true' : 'false';
+    case 'undefined': return 'undefined';
+    case 'symbol': return SymbolToString(argument);
+    default: return argument === null ? 'null' : inspectValue(argument, undefined);
+  }
 }

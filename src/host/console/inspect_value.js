@@ -6,12 +6,20 @@ const kObjectType = 0;
 const kArrayType = 1;
 const kArrayExtrasType = 2; // an array's own keys besides its entries
 
+// The object being shown when its prototype chain holds no proxy: walks up
+// from it need not ask the engine about each prototype.
+let proxyFreeValue;
+
+function isProxy(holder, start) {
+  return start !== proxyFreeValue && natives.kindOf(holder) === 'proxy';
+}
+
 // A data property found on the object or its prototypes; undefined when
 // absent, behind a getter, or behind a proxy in the chain.
 function dataProperty(object, key) {
   let holder = object;
   for (let steps = 0; holder !== null && steps < 1000; steps++) {
-    if (natives.kindOf(holder) === 'proxy') return undefined;
+    if (isProxy(holder, object)) return undefined;
     const descriptor = ReflectDescriptor(holder, key);
     if (descriptor !== undefined) return descriptor.value;
     holder = ReflectPrototypeOf(holder);
@@ -35,7 +43,7 @@ function hasInChain(object, prototype) {
   let holder = ReflectPrototypeOf(object);
   for (let steps = 0; holder !== null && steps < 1000; steps++) {
     if (holder === prototype) return true;
-    if (natives.kindOf(holder) === 'proxy') return false;
+    if (isProxy(holder, object)) return false;
     holder = ReflectPrototypeOf(holder);
   }
   return false;
@@ -48,13 +56,14 @@ function constructorOf(ctx, value, recurseTimes) {
   let holder = value;
   let first;
   for (let steps = 0; holder !== null && steps < 1000; steps++) {
-    if (natives.kindOf(holder) === 'proxy') break;
+    if (isProxy(holder, value)) break;
     const descriptor = ReflectDescriptor(holder, 'constructor');
     if (descriptor !== undefined && typeof descriptor.value === 'function') {
       const name = functionName(descriptor.value);
       const prototype = ownData(descriptor.value, 'prototype');
+      // The usual case, a prototype holding its own class, needs no walk.
       if (typeof name === 'string' && name !== '' && prototype !== undefined &&
-          hasInChain(value, prototype)) {
+          ((prototype === holder && holder !== value) || hasInChain(value, prototype))) {
         if (ctx.showHidden && recurseTimes <= ctx.depth &&
             (first !== holder || !isBuiltInName(name))) {
           ctx.protoProps = prototypeProperties(ctx, value, first === undefined ? value : first,
@@ -131,13 +140,19 @@ function formatValue(ctx, value, recurseTimes, inTypedArray) {
   }
   if (value === null) return 'null';
   const context = value;
-  const proxy = natives.proxyParts(value, ctx.showProxy);
+  if (natives.proxyFreeChain(value)) {
+    proxyFreeValue = value;
+  } else {
+    proxyFreeValue = undefined;
+  }
+  const proxy = proxyFreeValue === value ? undefined : natives.proxyParts(value, ctx.showProxy);
   if (proxy !== undefined) {
     if (proxy[0] === null) return '<Revoked Proxy>';
     if (ctx.showProxy) return formatProxy(ctx, proxy, recurseTimes);
     // node takes a target whose property "0" is null for a revoked proxy.
     if (dataProperty(proxy[0], '0') === null) return '<Revoked Proxy>';
     value = proxy[0];
+    proxyFreeValue = natives.proxyFreeChain(value) ? value : undefined;
   }
   if (ctx.customInspect) {
     const custom = customText(ctx, value, context, recurseTimes);
