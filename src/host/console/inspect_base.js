@@ -33,8 +33,6 @@ const StringSlice = method(String.prototype, 'slice');
 const StringCharCodeAt = method(String.prototype, 'charCodeAt');
 const StringCodePointAt = method(String.prototype, 'codePointAt');
 const StringIndexOf = method(String.prototype, 'indexOf');
-const StringReplace = method(String.prototype, 'replace');
-const StringToLowerCase = method(String.prototype, 'toLowerCase');
 const RegExpExec = method(RegExp.prototype, 'exec');
 const RegExpTest = method(RegExp.prototype, 'test');
 const RegExpToString = method(RegExp.prototype, 'toString');
@@ -42,11 +40,7 @@ const DateGetTime = method(Date.prototype, 'getTime');
 const DateToISOString = method(Date.prototype, 'toISOString');
 const DateToString = method(Date.prototype, 'toString');
 const FunctionToString = method(Function.prototype, 'toString');
-const ErrorToString = method(Error.prototype, 'toString');
-const ObjectToString = Object.prototype.toString;
-const ErrorPrototypeToString = Error.prototype.toString;
 const HasOwn = method(Object.prototype, 'hasOwnProperty');
-const IsEnumerable = method(Object.prototype, 'propertyIsEnumerable');
 const NumberValueOf = method(Number.prototype, 'valueOf');
 const StringValueOf = method(String.prototype, 'valueOf');
 const BooleanValueOf = method(Boolean.prototype, 'valueOf');
@@ -71,7 +65,6 @@ const Uint8ArrayCtor = Uint8Array;
 const MapCtor = Map;
 const MapGet = method(Map.prototype, 'get');
 const MapSet = method(Map.prototype, 'set');
-const MapHas = method(Map.prototype, 'has');
 const ErrorCaptureStackTrace = Error.captureStackTrace;
 const RangeErrorCtor = RangeError;
 const TypeErrorCtor = TypeError;
@@ -91,9 +84,14 @@ function joinList(list, separator) {
   return text;
 }
 
+const spaceTexts = [''];
+
+// `count` spaces (rounded up), the common ones kept.
 function spaces(count) {
+  if (count < 64 && spaceTexts[count] !== undefined) return spaceTexts[count];
   let text = '';
   while (text.length < count) text += ' ';
+  if (count < 64 && text.length === count) spaceTexts[count] = text;
   return text;
 }
 
