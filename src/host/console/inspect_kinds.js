@@ -294,7 +294,12 @@ function bufferShape(ctx, value, constructor, tag, kind, keys, inTypedArray) {
 
 function bufferEntries(ctx, value, length) {
   const shown = MathMin(MathMax(0, ctx.maxArrayLength), length);
-  const bytes = new Uint8ArrayCtor(value, 0, shown);
+  let bytes;
+  try {
+    bytes = new Uint8ArrayCtor(value, 0, shown);
+  } catch (error) {
+    return ['(detached)']; // its memory was handed to another owner
+  }
   let text = '';
   for (let i = 0; i < shown; i++) {
     const byte = bytes[i];
