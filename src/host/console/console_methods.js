@@ -114,7 +114,8 @@ function tableText(data, properties) {
     }
   }
   if (kind === 'set' || kind === 'setIterator' || kind === 'mapIterator') {
-    const list = kind === 'set' ? natives.items(data) : natives.remaining(data)[0];
+    const preview = kind === 'set' ? undefined : natives.remaining(data);
+    const list = kind === 'set' ? natives.items(data) : preview === undefined ? [] : preview[0];
     const values = [];
     for (let i = 0; i < list.length; i++) append(values, cellText(list[i]));
     return renderTable(['(iteration index)', 'Values'], [indexColumn(values.length), values]);

@@ -35,7 +35,8 @@ const StringCodePointAt = method(String.prototype, 'codePointAt');
 const StringIndexOf = method(String.prototype, 'indexOf');
 const RegExpExec = method(RegExp.prototype, 'exec');
 const RegExpTest = method(RegExp.prototype, 'test');
-const RegExpToString = method(RegExp.prototype, 'toString');
+const RegExpSource = getter(RegExp.prototype, 'source');
+const RegExpFlags = getter(RegExp.prototype, 'flags');
 const DateGetTime = method(Date.prototype, 'getTime');
 const DateToISOString = method(Date.prototype, 'toISOString');
 const DateToString = method(Date.prototype, 'toString');
@@ -71,6 +72,7 @@ const TypeErrorCtor = TypeError;
 
 const customInspectSymbol = SymbolFor('nodejs.util.inspect.custom');
 const toStringTagSymbol = Symbol.toStringTag;
+const iteratorSymbol = Symbol.iterator;
 
 // --- small list helpers (the script's Array.prototype is never used) -------
 

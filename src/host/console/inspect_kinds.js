@@ -14,9 +14,15 @@ function ownKeys(ctx, value, skipIndices) {
   return natives.ownKeys(value, ctx.showHidden, skipIndices === true);
 }
 
+// Collections and arrays are shown as such while they can be iterated (or
+// have no prototype at all); otherwise as the plain objects they look like.
+function iterable(value, constructor) {
+  return constructor === null || dataProperty(value, iteratorSymbol) !== undefined;
+}
+
 function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
   const kind = natives.kindOf(value);
-  switch (kind) {
+  switch (iterable(value, constructor) ? kind : '') {
     case 'array': return arrayShape(ctx, value, constructor, tag);
     case 'typedArray': return typedArrayShape(ctx, value, constructor, tag);
     case 'map':
@@ -55,7 +61,7 @@ function specialShape(ctx, value, recurseTimes, constructor, tag, kind, keys, in
       base = functionBase(value, constructor, tag, kind);
       break;
     case 'regExp':
-      base = RegExpToString(value);
+      base = `/${RegExpSource(value)}/${RegExpFlags(value)}`;
       if (constructor !== 'RegExp' || tag !== '') base = prefixOf(constructor, tag, 'RegExp') + base;
       break;
     case 'date':
