@@ -25,6 +25,7 @@ function makeContext(base, options) {
     indentationLvl: 0,
     currentDepth: 0,
     protoProps: undefined,
+    protoFacts: undefined,
   };
   for (let i = 0; i < optionNames.length; i++) {
     const name = optionNames[i];
@@ -49,6 +50,7 @@ function defaultContext() {
     indentationLvl: 0,
     currentDepth: 0,
     protoProps: undefined,
+    protoFacts: undefined,
     depth: 2,
     showHidden: false,
     showProxy: false,

@@ -64,6 +64,13 @@ const DataViewByteOffset = getter(DataView.prototype, 'byteOffset');
 const DataViewBuffer = getter(DataView.prototype, 'buffer');
 const Uint8ArrayCtor = Uint8Array;
 const MapCtor = Map;
+const SetCtor = Set;
+const SetAdd = method(Set.prototype, 'add');
+const SetHas = method(Set.prototype, 'has');
+const ObjectKeys = Object.keys;
+const ObjectGetOwnPropertyNames = Object.getOwnPropertyNames;
+const ObjectGetOwnPropertySymbols = Object.getOwnPropertySymbols;
+const IsEnumerable = method(Object.prototype, 'propertyIsEnumerable');
 const MapGet = method(Map.prototype, 'get');
 const MapSet = method(Map.prototype, 'set');
 const ErrorCaptureStackTrace = Error.captureStackTrace;
@@ -247,9 +254,14 @@ function keyText(key, enumerable) {
 
 // Columns a text takes on a terminal: East Asian wide characters and emoji
 // take two, combining marks and control characters none.
-function textWidth(text) {
+const printableAscii = /^[\x20-\x7e]*$/;
+
+// Counting stops past `limit` columns, when given.
+function textWidth(text, limit) {
+  if (RegExpTest(printableAscii, text)) return text.length;
   let width = 0;
   for (let i = 0; i < text.length; i++) {
+    if (width > limit) return width;
     const code = StringCodePointAt(text, i);
     if (code > 0xffff) i++;
     if (code < 0x7f) {

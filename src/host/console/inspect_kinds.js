@@ -10,8 +10,17 @@ function isEmpty(ctx, keys) {
   return keys.length === 0 && ctx.protoProps === undefined;
 }
 
+// Own keys, texts then symbols; enumerable ones unless showHidden. Array
+// indices are left to the engine to skip, so a long array's are never all
+// listed.
 function ownKeys(ctx, value, skipIndices) {
-  return natives.ownKeys(value, ctx.showHidden, skipIndices === true);
+  if (skipIndices === true) return natives.ownKeys(value, ctx.showHidden, true);
+  const keys = ctx.showHidden ? ObjectGetOwnPropertyNames(value) : ObjectKeys(value);
+  const symbols = ObjectGetOwnPropertySymbols(value);
+  for (let i = 0; i < symbols.length; i++) {
+    if (ctx.showHidden || IsEnumerable(value, symbols[i])) append(keys, symbols[i]);
+  }
+  return keys;
 }
 
 // Collections and arrays are shown as such while they can be iterated (or
@@ -20,8 +29,7 @@ function iterable(value, constructor) {
   return constructor === null || dataProperty(value, iteratorSymbol) !== undefined;
 }
 
-function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
-  const kind = natives.kindOf(value);
+function shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray, kind) {
   switch (iterable(value, constructor) ? kind : '') {
     case 'array': return arrayShape(ctx, value, constructor, tag);
     case 'typedArray': return typedArrayShape(ctx, value, constructor, tag);

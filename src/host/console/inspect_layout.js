@@ -56,7 +56,9 @@ function groupInColumns(ctx, output, numeric) {
   const separator = 2;
   const widths = [];
   for (let i = 0; i < count; i++) {
-    const width = textWidth(output[i]);
+    // An entry of a third of the line or more rules columns out.
+    const width = textWidth(output[i], ctx.breakLength);
+    if ((width + separator) * 3 + ctx.indentationLvl >= ctx.breakLength) return output;
     widths[i] = width;
     total += width + separator;
     if (longest < width) longest = width;

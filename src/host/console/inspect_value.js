@@ -10,16 +10,47 @@ const kArrayExtrasType = 2; // an array's own keys besides its entries
 // from it need not ask the engine about each prototype.
 let proxyFreeValue;
 
+// The built-in prototypes, taken at compile time: none of them is a proxy.
+const builtInPrototypes = new SetCtor();
+const builtInConstructors = [Object, Function, Array, Number, Boolean, String, Symbol, BigInt, Date,
+  RegExp, Error, EvalError, RangeError, ReferenceError, SyntaxError, TypeError, URIError, Promise,
+  Map, Set, WeakMap, WeakSet, ArrayBuffer, DataView, Uint8Array, Int8Array, Uint16Array,
+  Int16Array, Uint32Array, Int32Array, Float32Array, Float64Array, Uint8ClampedArray,
+  BigUint64Array, BigInt64Array];
+for (let i = 0; i < builtInConstructors.length; i++) {
+  SetAdd(builtInPrototypes, builtInConstructors[i].prototype);
+}
+const builtInSamples = [new Map().entries(), new Set().values(), [].values(), TypedArrayPrototype,
+  async function () {}, function* () {}, async function* () {}];
+for (let i = 0; i < builtInSamples.length; i++) {
+  for (let holder = ReflectPrototypeOf(builtInSamples[i]); holder !== null;
+       holder = ReflectPrototypeOf(holder)) {
+    SetAdd(builtInPrototypes, holder);
+  }
+}
+
+// True when no object on the value's prototype chain is a proxy (the value
+// itself is none). Chains of built-in prototypes are known without asking
+// the engine.
+function hasPlainChain(value) {
+  let holder = ReflectPrototypeOf(value);
+  for (let steps = 0; holder !== null && steps < 16; steps++) {
+    if (!SetHas(builtInPrototypes, holder)) return natives.proxyFreeChain(holder);
+    holder = ReflectPrototypeOf(holder);
+  }
+  return holder === null;
+}
+
 function isProxy(holder, start) {
   return start !== proxyFreeValue && natives.kindOf(holder) === 'proxy';
 }
 
 // A data property found on the object or its prototypes; undefined when
 // absent, behind a getter, or behind a proxy in the chain.
-function dataProperty(object, key) {
+function dataProperty(object, key, trusted) {
   let holder = object;
   for (let steps = 0; holder !== null && steps < 1000; steps++) {
-    if (isProxy(holder, object)) return undefined;
+    if (trusted !== true && isProxy(holder, object)) return undefined;
     const descriptor = ReflectDescriptor(holder, key);
     if (descriptor !== undefined) return descriptor.value;
     holder = ReflectPrototypeOf(holder);
@@ -115,8 +146,52 @@ function prototypeProperties(ctx, value, start, recurseTimes) {
 
 // Symbol.toStringTag when it is a text that says something the class name
 // does not; an own enumerable one is shown among the keys instead.
+// What an object inherits from its prototype (inspection method, tag, class
+// name), kept for the rest of one inspection: the objects of a structure
+// mostly share a few prototypes. Undefined where it cannot be kept.
+function inheritedFacts(ctx, value) {
+  if (proxyFreeValue !== value || ctx.showHidden) return undefined;
+  const prototype = ReflectPrototypeOf(value);
+  if (prototype === null) return undefined;
+  if (ctx.protoFacts === undefined) ctx.protoFacts = new MapCtor();
+  let facts = MapGet(ctx.protoFacts, prototype);
+  if (facts === undefined) {
+    facts = {
+      custom: dataProperty(prototype, customInspectSymbol, true),
+      tag: dataProperty(prototype, toStringTagSymbol, true),
+      constructor: undefined,
+      named: false,
+    };
+    MapSet(ctx.protoFacts, prototype, facts);
+  }
+  return facts;
+}
+
+function inherited(ctx, value, key, field) {
+  const facts = inheritedFacts(ctx, value);
+  if (facts === undefined || HasOwn(value, key)) return dataProperty(value, key);
+  return facts[field];
+}
+
+function cachedConstructorOf(ctx, value, recurseTimes) {
+  const facts = inheritedFacts(ctx, value);
+  if (facts === undefined || HasOwn(value, 'constructor')) {
+    return constructorOf(ctx, value, recurseTimes);
+  }
+  if (!facts.named) {
+    const name = constructorOf(ctx, value, recurseTimes);
+    // A name found on the prototypes holds for every object sharing them.
+    if (name === null || StringIndexOf(name, ' <') === -1) {
+      facts.constructor = name;
+      facts.named = true;
+    }
+    return name;
+  }
+  return facts.constructor;
+}
+
 function tagOf(ctx, value, constructor) {
-  const tag = dataProperty(value, toStringTagSymbol);
+  const tag = inherited(ctx, value, toStringTagSymbol, 'tag');
   if (typeof tag !== 'string' || tag === '') return '';
   const own = ReflectDescriptor(value, toStringTagSymbol);
   if (own !== undefined && (ctx.showHidden || own.enumerable)) return '';
@@ -140,20 +215,17 @@ function formatValue(ctx, value, recurseTimes, inTypedArray) {
   }
   if (value === null) return 'null';
   const context = value;
-  if (natives.proxyFreeChain(value)) {
-    proxyFreeValue = value;
-  } else {
-    proxyFreeValue = undefined;
-  }
-  const proxy = proxyFreeValue === value ? undefined : natives.proxyParts(value, ctx.showProxy);
-  if (proxy !== undefined) {
+  let kind = natives.kindOf(value);
+  if (kind === 'proxy') {
+    const proxy = natives.proxyParts(value, ctx.showProxy);
     if (proxy[0] === null) return '<Revoked Proxy>';
     if (ctx.showProxy) return formatProxy(ctx, proxy, recurseTimes);
     // node takes a target whose property "0" is null for a revoked proxy.
     if (dataProperty(proxy[0], '0') === null) return '<Revoked Proxy>';
     value = proxy[0];
-    proxyFreeValue = natives.proxyFreeChain(value) ? value : undefined;
+    kind = natives.kindOf(value);
   }
+  proxyFreeValue = hasPlainChain(value) ? value : undefined;
   if (ctx.customInspect) {
     const custom = customText(ctx, value, context, recurseTimes);
     if (custom !== undefined) return custom;
@@ -161,7 +233,7 @@ function formatValue(ctx, value, recurseTimes, inTypedArray) {
   for (let i = 0; i < ctx.seen.length; i++) {
     if (ctx.seen[i] === value) return `[Circular *${circularIndex(ctx, value)}]`;
   }
-  return formatRaw(ctx, value, recurseTimes, inTypedArray);
+  return formatRaw(ctx, value, recurseTimes, inTypedArray, kind);
 }
 
 function circularIndex(ctx, value) {
@@ -186,7 +258,7 @@ function formatProxy(ctx, parts, recurseTimes) {
 // The text of the value's own inspection method, undefined when it has none
 // (or it threw: a log line must not become a new failure).
 function customText(ctx, value, context, recurseTimes) {
-  const custom = dataProperty(value, customInspectSymbol);
+  const custom = inherited(ctx, value, customInspectSymbol, 'custom');
   if (typeof custom !== 'function' || custom === inspectEntry) return undefined;
   const depth = ctx.depth === Infinity ? Infinity : ctx.depth - recurseTimes;
   let result;
@@ -208,16 +280,16 @@ function isStackOverflow(error) {
   return ownData(error, 'message') === 'Maximum call stack size exceeded';
 }
 
-function formatRaw(ctx, value, recurseTimes, inTypedArray) {
+function formatRaw(ctx, value, recurseTimes, inTypedArray, kind) {
   const seen = ctx.seen.length;
   const indentation = ctx.indentationLvl;
   let constructor = null;
   let tag = '';
   try {
     ctx.protoProps = undefined;
-    constructor = constructorOf(ctx, value, recurseTimes);
+    constructor = cachedConstructorOf(ctx, value, recurseTimes);
     tag = tagOf(ctx, value, constructor);
-    return describe(ctx, value, recurseTimes, constructor, tag, inTypedArray);
+    return describe(ctx, value, recurseTimes, constructor, tag, inTypedArray, kind);
   } catch (error) {
     if (!isStackOverflow(error)) throw error;
     ctx.seen.length = seen;
@@ -229,8 +301,8 @@ function formatRaw(ctx, value, recurseTimes, inTypedArray) {
 
 // Shows the object once its shape (braces, leading text, own entries) is
 // known: nested values, own keys, cycles, and the line layout.
-function describe(ctx, value, recurseTimes, constructor, tag, inTypedArray) {
-  const shape = shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray);
+function describe(ctx, value, recurseTimes, constructor, tag, inTypedArray, kind) {
+  const shape = shapeOf(ctx, value, recurseTimes, constructor, tag, inTypedArray, kind);
   const protoProps = ctx.protoProps;
   ctx.protoProps = undefined;
   if (typeof shape === 'string') return shape;
