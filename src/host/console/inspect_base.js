@@ -152,7 +152,9 @@ function NumberToHex(code) {
   return StringToUpperCase(NumberToString(code, 16));
 }
 
-const escapeNeeded = /[\x00-\x1f\x27\x5c\x7f-\x9f]|[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/;
+// Characters that may need escaping (surrogates only when unpaired, which
+// the escaping loop decides).
+const escapeNeeded = /[\x00-\x1f\x27\x5c\x7f-\x9f\ud800-\udfff]/;
 
 // A text in quotes as node shows it: single quotes, unless the text holds
 // one and no double quote (then double quotes) or holds both but no
