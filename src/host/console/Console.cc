@@ -1,9 +1,11 @@
 // console: native methods that keep the console's state (group indentation,
 // counters, timers) and write whole lines; how values look is decided by the
-// embedded formatter (formatter.js), compiled in a context on the first call
-// that needs it. Lines of plain texts are joined here without it, so a
-// script that only logs texts never compiles it.
+// embedded formatter (console/*.js, with its engine helpers in
+// console/InspectNatives.cc), compiled in a context on the first call that
+// needs it. Lines of plain texts are joined here without it, so a script
+// that only logs texts never compiles it.
 #include "console/Console.h"
+#include "console/InspectNatives.h"
 #include "engine/ScriptText.h"
 
 #include <unistd.h>
@@ -23,8 +25,8 @@
 namespace tarn {
 namespace host {
 
-// FormatterSource.cc: the embedded text of formatter.js and its length.
-const unsigned char* InspectSourceText(std::size_t* length);
+// console/FormatterText.cc: the formatter's embedded source and its length.
+const unsigned char* FormatterText(std::size_t* length);
 
 namespace {
 
@@ -54,10 +56,15 @@ std::string Utf8(v8::Isolate* isolate, v8::Local<v8::String> text) {
 
 // --- the formatter ---------------------------------------------------------
 
-// The embedded source, handed to the engine without a copy.
+v8::Local<v8::String> Str(v8::Isolate* isolate, const char* text) {
+  return v8::String::NewFromUtf8(isolate, text, v8::NewStringType::kInternalized)
+      .FromMaybe(v8::String::Empty(isolate));
+}
+
+// The embedded source, handed to the engine without a copy (it is ASCII).
 class EmbeddedSource : public v8::String::ExternalOneByteStringResource {
  public:
-  EmbeddedSource() { text_ = InspectSourceText(&length_); }
+  EmbeddedSource() { text_ = FormatterText(&length_); }
   const char* data() const override { return reinterpret_cast<const char*>(text_); }
   size_t length() const override { return length_; }
   void Dispose() override {}  // static storage, never freed
@@ -67,168 +74,9 @@ class EmbeddedSource : public v8::String::ExternalOneByteStringResource {
   size_t length_ = 0;
 };
 
-v8::MaybeLocal<v8::String> FormatterSource(v8::Isolate* isolate) {
-  static EmbeddedSource source;
-  static const bool ascii = [] {
-    for (size_t i = 0; i < source.length(); ++i) {
-      if (static_cast<unsigned char>(source.data()[i]) >= 0x80) return false;
-    }
-    return true;
-  }();
-  if (ascii) return v8::String::NewExternalOneByte(isolate, &source);
-  return v8::String::NewFromUtf8(isolate, source.data(), v8::NewStringType::kNormal,
-                                 static_cast<int>(source.length()));
-}
-
-v8::Local<v8::String> Str(v8::Isolate* isolate, const char* text) {
-  return v8::String::NewFromUtf8(isolate, text, v8::NewStringType::kInternalized)
-      .FromMaybe(v8::String::Empty(isolate));
-}
-
-// kindOf(value): the engine's own classification of an object, which no
-// script can fake with Symbol.toStringTag or a prototype.
-void KindOf(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  v8::Local<v8::Value> v = info[0];
-  const char* kind = "";
-  if (!v->IsObject() || v->IsProxy()) {
-    kind = "";
-  } else if (v->IsFunction()) {
-    bool async = v->IsAsyncFunction();
-    bool generator = v->IsGeneratorFunction();
-    kind = async && generator ? "AsyncGeneratorFunction"
-           : async            ? "AsyncFunction"
-           : generator        ? "GeneratorFunction"
-                              : "";
-  } else if (v->IsNativeError()) {
-    kind = "Error";
-  } else if (v->IsMap()) {
-    kind = "Map";
-  } else if (v->IsSet()) {
-    kind = "Set";
-  } else if (v->IsWeakMap()) {
-    kind = "WeakMap";
-  } else if (v->IsWeakSet()) {
-    kind = "WeakSet";
-  } else if (v->IsDate()) {
-    kind = "Date";
-  } else if (v->IsRegExp()) {
-    kind = "RegExp";
-  } else if (v->IsPromise()) {
-    kind = "Promise";
-  } else if (v->IsArrayBuffer()) {
-    kind = "ArrayBuffer";
-  } else if (v->IsSharedArrayBuffer()) {
-    kind = "SharedArrayBuffer";
-  } else if (v->IsTypedArray()) {
-    kind = "TypedArray";
-  } else if (v->IsDataView()) {
-    kind = "DataView";
-  } else if (v->IsMapIterator()) {
-    kind = "MapIterator";
-  } else if (v->IsSetIterator()) {
-    kind = "SetIterator";
-  } else if (v->IsNumberObject()) {
-    kind = "Number";
-  } else if (v->IsStringObject()) {
-    kind = "String";
-  } else if (v->IsBooleanObject()) {
-    kind = "Boolean";
-  } else if (v->IsBigIntObject()) {
-    kind = "BigInt";
-  } else if (v->IsSymbolObject()) {
-    kind = "Symbol";
-  } else if (v->IsArgumentsObject()) {
-    kind = "Arguments";
-  } else if (v->IsModuleNamespaceObject()) {
-    kind = "Module";
-  } else if (v->IsGeneratorObject()) {
-    kind = "Generator";
-  }
-  info.GetReturnValue().Set(Str(isolate, kind));
-}
-
-// proxyDetails(value): undefined for anything but a proxy; [target, handler]
-// for one, both null once it is revoked.
-void ProxyDetails(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  if (!info[0]->IsProxy()) return;
-  v8::Local<v8::Proxy> proxy = info[0].As<v8::Proxy>();
-  v8::Local<v8::Value> items[2] = {v8::Null(isolate), v8::Null(isolate)};
-  if (!proxy->IsRevoked()) {
-    items[0] = proxy->GetTarget();
-    items[1] = proxy->GetHandler();
-  }
-  info.GetReturnValue().Set(v8::Array::New(isolate, items, 2));
-}
-
-// promiseState(promise): [0 pending | 1 fulfilled | 2 rejected, result].
-void PromiseState(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  if (!info[0]->IsPromise()) return;
-  v8::Local<v8::Promise> promise = info[0].As<v8::Promise>();
-  v8::Promise::PromiseState state = promise->State();
-  int code = state == v8::Promise::kPending ? 0 : state == v8::Promise::kFulfilled ? 1 : 2;
-  v8::Local<v8::Value> items[2] = {v8::Integer::New(isolate, code), v8::Undefined(isolate)};
-  if (code != 0) items[1] = promise->Result();
-  info.GetReturnValue().Set(v8::Array::New(isolate, items, 2));
-}
-
-// previewEntries(object): [entries, isKeyValue] of an iterator or a weak
-// collection, read without advancing or running anything.
-void PreviewEntries(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  if (!info[0]->IsObject()) return;
-  bool isKeyValue = false;
-  v8::Local<v8::Array> entries;
-  if (!info[0].As<v8::Object>()->PreviewEntries(&isKeyValue).ToLocal(&entries)) return;
-  v8::Local<v8::Value> items[2] = {entries, v8::Boolean::New(isolate, isKeyValue)};
-  info.GetReturnValue().Set(v8::Array::New(isolate, items, 2));
-}
-
-void InternalName(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  if (!info[0]->IsObject()) return;
-  info.GetReturnValue().Set(info[0].As<v8::Object>()->GetConstructorName());
-}
-
-// nonIndexKeys(object, showHidden): own keys that are not array indices, so
-// that a long array's keys are never all listed.
-void NonIndexKeys(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  if (!info[0]->IsObject()) return;
-  bool all = info[1]->BooleanValue(isolate);
-  v8::Local<v8::Array> keys;
-  if (!info[0]
-           .As<v8::Object>()
-           ->GetPropertyNames(isolate->GetCurrentContext(), v8::KeyCollectionMode::kOwnOnly,
-                              all ? v8::ALL_PROPERTIES : v8::ONLY_ENUMERABLE,
-                              v8::IndexFilter::kSkipIndices)
-           .ToLocal(&keys)) {
-    return;
-  }
-  info.GetReturnValue().Set(keys);
-}
-
-// collectionItems(mapOrSet): its entries flattened, without its iterator.
-void CollectionItems(const v8::FunctionCallbackInfo<v8::Value>& info) {
-  if (info[0]->IsMap()) {
-    info.GetReturnValue().Set(info[0].As<v8::Map>()->AsArray());
-  } else if (info[0]->IsSet()) {
-    info.GetReturnValue().Set(info[0].As<v8::Set>()->AsArray());
-  }
-}
-
-bool AddNative(v8::Local<v8::Context> context, v8::Local<v8::Object> target, const char* name,
-               v8::FunctionCallback callback) {
-  v8::Local<v8::Function> function;
-  return v8::Function::New(context, callback, v8::Local<v8::Value>(), 1,
-                           v8::ConstructorBehavior::kThrow)
-             .ToLocal(&function) &&
-         target->Set(context, Str(context->GetIsolate(), name), function).FromMaybe(false);
-}
-
 // The formatter's functions in this context, compiled on first use and kept
-// in the context's embedder data.
+// in the context's embedder data. The source is the body of a function of
+// the engine helpers that returns the entry points.
 v8::MaybeLocal<v8::Object> Formatter(v8::Local<v8::Context> context) {
   v8::Isolate* isolate = context->GetIsolate();
   v8::EscapableHandleScope scope(isolate);
@@ -237,29 +85,21 @@ v8::MaybeLocal<v8::Object> Formatter(v8::Local<v8::Context> context) {
     if (cached->IsObject()) return scope.Escape(cached.As<v8::Object>());
   }
   v8::Context::Scope contextScope(context);
-  v8::Local<v8::String> source;
-  if (!FormatterSource(isolate).ToLocal(&source)) return {};
+  static EmbeddedSource text;
+  v8::Local<v8::String> body;
+  if (!v8::String::NewExternalOneByte(isolate, &text).ToLocal(&body)) return {};
   v8::ScriptOrigin origin(isolate, Str(isolate, "tarn:inspect"));
-  v8::Local<v8::Script> script;
-  v8::Local<v8::Value> factory;
-  if (!v8::Script::Compile(context, source, &origin).ToLocal(&script) ||
-      !script->Run(context).ToLocal(&factory) || !factory->IsFunction()) {
-    return {};
-  }
-  v8::Local<v8::Object> natives = v8::Object::New(isolate);
-  if (!AddNative(context, natives, "kindOf", KindOf) ||
-      !AddNative(context, natives, "proxyDetails", ProxyDetails) ||
-      !AddNative(context, natives, "promiseState", PromiseState) ||
-      !AddNative(context, natives, "previewEntries", PreviewEntries) ||
-      !AddNative(context, natives, "internalName", InternalName) ||
-      !AddNative(context, natives, "nonIndexKeys", NonIndexKeys) ||
-      !AddNative(context, natives, "collectionItems", CollectionItems)) {
+  v8::ScriptCompiler::Source source(body, origin);
+  v8::Local<v8::String> parameters[] = {Str(isolate, "natives")};
+  v8::Local<v8::Function> factory;
+  v8::Local<v8::Object> natives;
+  if (!v8::ScriptCompiler::CompileFunction(context, &source, 1, parameters).ToLocal(&factory) ||
+      !MakeInspectNatives(context).ToLocal(&natives)) {
     return {};
   }
   v8::Local<v8::Value> argv[] = {natives};
   v8::Local<v8::Value> api;
-  if (!factory.As<v8::Function>()->Call(context, v8::Undefined(isolate), 1, argv).ToLocal(&api) ||
-      !api->IsObject()) {
+  if (!factory->Call(context, v8::Undefined(isolate), 1, argv).ToLocal(&api) || !api->IsObject()) {
     return {};
   }
   context->SetEmbedderData(kFormatterContextSlot, api);

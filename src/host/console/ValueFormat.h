@@ -1,8 +1,9 @@
 // How values print: the one formatter behind console, tarn-run -p and any
-// other place that shows a script value to a person. It follows node's
-// util.inspect and util.format (docs/host.md, "The console"); the formatter
-// itself is script code embedded in the host (formatter.js), compiled in a
-// context on its first use there.
+// other place that shows a script value to a person. Its output matches
+// node's util.inspect and util.format (docs/host.md, "The console"); the
+// formatter itself is script code embedded in the host (console/*.js, with
+// engine helpers in console/InspectNatives.cc), compiled in a context on its
+// first use there.
 #pragma once
 
 #include <v8.h>
