@@ -131,6 +131,7 @@ def qualified(sig, records):
 def comment(lines, indent):
     body = []
     for line in lines:
+        line = line.replace("*/", "*\\/")  # a comment's text cannot end it
         wrapped = textwrap.wrap(line, 96 - len(indent), break_on_hyphens=False) or [""]
         body.extend(wrapped)
     out = [indent + "/**"]

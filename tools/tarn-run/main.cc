@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "AppConfig.h"
+#include "TypesSource.h"
 #include "Logger.h"
 #include "debugger.h"
 #include "extensions.h"
@@ -96,6 +97,7 @@ int main(int argc, char* argv[]) {
   g_autofree gchar* appData = nullptr;
   gboolean noBridges = FALSE;
   gboolean version = FALSE;
+  gboolean types = FALSE;
   gboolean module = FALSE;
   GOptionEntry entries[] = {
       {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &bridges,
@@ -125,6 +127,8 @@ int main(int argc, char* argv[]) {
        "As --inspect, and wait for the debugger, stopped at the script's first line",
        "[HOST:]PORT"},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
+      {"types", 0, 0, G_OPTION_ARG_NONE, &types,
+       "Print the TypeScript declarations of the script API (qdutil.d.ts) and exit", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
@@ -153,6 +157,14 @@ int main(int argc, char* argv[]) {
   if (version) {
     std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
     return 0;
+  }
+  if (types) {
+    using tarn::host::embedded::kScriptTypes;
+    using tarn::host::embedded::kScriptTypesLength;
+    return std::fwrite(kScriptTypes, 1, kScriptTypesLength, stdout) == kScriptTypesLength &&
+                   std::fflush(stdout) == 0
+               ? 0
+               : 1;
   }
   if (logLevel) {
     int level = ParseLevel(logLevel);
