@@ -55,7 +55,11 @@ def run_tsc(files):
                                 cwd=empty)
     finally:
         shutil.rmtree(empty, ignore_errors=True)
-    return result.returncode, (result.stdout + result.stderr).strip()
+    output = (result.stdout + result.stderr).strip()
+    # Names come relative to that folder: make them absolute again.
+    output = re.sub(r"(?m)^([^\s(][^(]*)\((?=\d+,\d+\): )",
+                    lambda m: os.path.normpath(os.path.join(empty, m.group(1))) + "(", output)
+    return result.returncode, output
 
 
 def errors_by_file(output):
