@@ -33,6 +33,7 @@
 #include "Runtime.h"
 #include "ScriptBridge.h"
 #include "ValueFormat.h"
+#include "repl/ReplHelp.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
@@ -51,6 +52,7 @@ const char kHelp[] =
     ".editor   Enter editor mode\n"
     ".exit     Exit the REPL\n"
     ".help     Print this help message\n"
+    ".help q.NAME  Print the reference of the QDUtil method NAME\n"
     "\n"
     "Press Ctrl+C to abort current expression, Ctrl+D to exit the REPL\n";
 
@@ -586,7 +588,9 @@ class Repl : public Extension {
       return;
     }
     if (word == ".help") {
-      std::fputs(kHelp, stdout);
+      bool found = false;
+      std::string topic = Trim(line.substr(word.size()));
+      std::fputs(topic.empty() ? kHelp : ApiHelpText(topic, &found).c_str(), stdout);
     } else if (word == ".break" || word == ".clear") {
       buffered_.clear();
     } else if (word == ".editor") {

@@ -1,0 +1,18 @@
+// The reference text of a QDUtil method, for the prompt's `.help NAME` and
+// the debugger's console: the same entries as docs/api.md, generated from
+// the bridge's vocabulary list.
+#pragma once
+
+#include <string>
+
+namespace tarn {
+namespace host {
+
+// The entry of the method a topic names ("getAppId", "q.getAppId",
+// "q.getAppId()"). For a name that is no method, a line saying so, with the
+// methods whose names are close to it (a different case, a letter or two
+// apart); `found` tells which it was.
+std::string ApiHelpText(const std::string& topic, bool* found);
+
+}  // namespace host
+}  // namespace tarn
