@@ -31,6 +31,7 @@
 
 #include "DebugServer.h"
 #include "Runtime.h"
+#include "inspector/ConsoleHelp.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
@@ -466,6 +467,11 @@ class Inspector final : public host::ScriptDebugger,
       entry.second->v8session->schedulePauseOnNextStatement(AsciiView(reason),
                                                             v8_inspector::StringView());
     }
+  }
+
+  void installAdditionalCommandLineAPI(v8::Local<v8::Context> context,
+                                       v8::Local<v8::Object> helpers) override {
+    InstallConsoleHelp(context, helpers);
   }
 
   v8::Local<v8::Context> ensureDefaultContextInGroup(int) override {
