@@ -598,17 +598,16 @@ void ConsoleHelpScenario(const Setup& setup) {
   devtools.WaitEvent("Debugger.paused");
   auto console = [&](const std::string& expression) {
     Json::Value answer = devtools.Call(
-        "Runtime.evaluate",
-        Object({{"expression", expression}, {"includeCommandLineAPI", true}}));
+        "Runtime.evaluate", Object({{"expression", expression}, {"includeCommandLineAPI", true}}));
     std::printf("%s -> %s\n", expression.c_str(), Compact(answer["result"]).c_str());
     Expect(Str(answer["result"]["type"]) == "string", expression + " answers a text");
     return Str(answer["result"]["value"]);
   };
   const std::string entry = console("help(QDUtil.prototype.getAppId)");
-  Expect(entry.rfind("q.getAppId(): string\n  Place 22 of the table", 0) == 0 &&
-             entry.find("  Fails: \"\" when the package name cannot be read\n") !=
-                 std::string::npos,
-         "help(method) is the method's reference entry");
+  Expect(
+      entry.rfind("q.getAppId(): string\n  Place 22 of the table", 0) == 0 &&
+          entry.find("  Fails: \"\" when the package name cannot be read\n") != std::string::npos,
+      "help(method) is the method's reference entry");
   Expect(console("help('q.getAppId')") == entry, "help('q.getAppId') is the same entry");
   Expect(console("help('powerStandby')") ==
              "QDUtil has no method \"powerStandby\"; did you mean powerStanby?\n",

@@ -292,7 +292,9 @@ def help_text(item, entry):
     lines += wrap("Fails: " + para(entry, "fails"))
     if "events" in entry:
         lines += wrap("Then: " + para(entry, "events"))
-    lines.append("  Example: " + para(entry, "example"))
+    for setup in entry.get("setup", []):
+        lines.append("  Example: " + setup)
+    lines.append(("           " if "setup" in entry else "  Example: ") + para(entry, "example"))
     for output in entry["output"]:
         lines.append("    // " + output)
     return "\n".join(lines) + "\n"
@@ -362,8 +364,8 @@ def main():
             old, new = committed.split("\n"), text.split("\n")
             line = next((i for i in range(min(len(old), len(new))) if old[i] != new[i]),
                         min(len(old), len(new)))
-            print("%s is stale from line %d: regenerate it with\n  %s --markdown %s ..." %
-                  (args.check_markdown, line + 1, sys.argv[0], args.check_markdown))
+            print("%s is stale from line %d; regenerate it with\n"
+                  "  cmake --build build --target api-doc" % (args.check_markdown, line + 1))
             return 1
         print("%s matches its sources" % args.check_markdown)
     return 0

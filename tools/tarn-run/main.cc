@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "AppConfig.h"
-#include "TypesSource.h"
 #include "Logger.h"
+#include "TypesSource.h"
 #include "debugger.h"
 #include "extensions.h"
 #include "tarn/host/Host.h"
