@@ -52,7 +52,7 @@ const char kHelp[] =
     ".editor   Enter editor mode\n"
     ".exit     Exit the REPL\n"
     ".help     Print this help message\n"
-    ".help q.NAME  Print the reference of the QDUtil method NAME\n"
+    ".help q.NAME  Print the reference of the QDUtil method or constant NAME\n"
     "\n"
     "Press Ctrl+C to abort current expression, Ctrl+D to exit the REPL\n";
 

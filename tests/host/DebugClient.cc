@@ -610,7 +610,7 @@ void ConsoleHelpScenario(const Setup& setup) {
       "help(method) is the method's reference entry");
   Expect(console("help('q.getAppId')") == entry, "help('q.getAppId') is the same entry");
   Expect(console("help('powerStandby')") ==
-             "QDUtil has no method \"powerStandby\"; did you mean powerStanby?\n",
+             "QDUtil has no method or constant \"powerStandby\"; did you mean powerStanby?\n",
          "a misspelt name gets the near one");
   Expect(console("help()").rfind("help(q.NAME) or help(\"NAME\")", 0) == 0,
          "help() says how to use it");

@@ -297,7 +297,7 @@ def case_help(s, home):
 
 def case_help_api(s, home):
     s.prompt()
-    s.line(".help", r"\.help q\.NAME +Print the reference of the QDUtil method NAME\n")
+    s.line(".help", r"\.help q\.NAME +Print the reference of the QDUtil method or constant NAME\n")
     s.prompt()
     s.line(".help q.getAppId", r"\nq\.getAppId\(\): string\n  Place 22 of the table; apps, memory "
            r"and files\.\n  The calling app's package name\..*\n  Fails: \"\" when the package "
@@ -309,9 +309,11 @@ def case_help_api(s, home):
            r"q\.getPowerKeyPressCount\(command: 0\): boolean\n")
     s.prompt()
     s.line(".help q.powerStandby",
-           r'\nQDUtil has no method "powerStandby"; did you mean powerStanby\?\n> ')
+           r'\nQDUtil has no method or constant "powerStandby"; did you mean powerStanby\?\n> ')
     s.line(".help setxpropertycover", r'did you mean SetXPropertyCover\?\n> ')
-    s.line(".help nothingLikeIt", r'\nQDUtil has no method "nothingLikeIt"\n> ')
+    s.line(".help NB_MODE", r"\nq\.NB_MODE = 5\n  A constant, read-only in effect\.\n"
+           r"  What a capture takes .*: how many capture\n    modes there are\.\n> ")
+    s.line(".help nothingLikeIt", r'\nQDUtil has no method or constant "nothingLikeIt"\n> ')
     s.line(".exit")
     expect_status(s, 0)
 

@@ -62,8 +62,9 @@ def read_vocabulary(path):
 
 
 def read_facts(path):
-    """(methods by name, records in order): each entry a dict of lists by field."""
-    methods, records = {}, []
+    """(methods by name, records in order, constants by name): each entry a
+    dict of lists by field."""
+    methods, records, constants = {}, [], {}
     current = None
     with open(path, encoding="utf-8") as f:
         for number, raw in enumerate(f, 1):
@@ -71,15 +72,16 @@ def read_facts(path):
             if not line.strip() or line.lstrip().startswith("#"):
                 continue
             where = "%s:%d" % (path, number)
-            m = re.match(r"^(method|record) (\w+)$", line)
+            m = re.match(r"^(method|record|constant) (\w+)$", line)
             if m:
                 current = {"name": m.group(2), "where": where}
-                if m.group(1) == "method":
-                    if m.group(2) in methods:
-                        raise Failure("%s: %s is described twice" % (where, m.group(2)))
-                    methods[m.group(2)] = current
-                else:
+                if m.group(1) == "record":
                     records.append(current)
+                    continue
+                table = methods if m.group(1) == "method" else constants
+                if m.group(2) in table:
+                    raise Failure("%s: %s is described twice" % (where, m.group(2)))
+                table[m.group(2)] = current
                 continue
             m = re.match(r"^  (\w+)(?: ([\w?]+))?: ?(.*)$", line)
             if not m or current is None or m.group(1) not in FIELDS:
@@ -90,10 +92,10 @@ def read_facts(path):
             elif word is not None:
                 raise Failure("%s: %s takes no name" % (where, key))
             current.setdefault(key, []).append(value)
-    return methods, records
+    return methods, records, constants
 
 
-def check_facts(vocabulary, methods, records):
+def check_facts(vocabulary, methods, records, constants):
     bound = [item[2] for item in vocabulary if item[0] == "method"]
     for name in bound:
         if name not in methods:
@@ -110,6 +112,13 @@ def check_facts(vocabulary, methods, records):
         for word, _ in entry.get("param", []):
             if word not in names:
                 raise Failure("%s: %s describes no argument %s" % (entry["where"], name, word))
+    named = [item[1] for item in vocabulary if item[0] == "constant"]
+    for name in named:
+        if "doc" not in constants.get(name, {}):
+            raise Failure("the constant %s has no doc" % name)
+    for name, entry in constants.items():
+        if name not in named:
+            raise Failure("%s: %s is not a constant of the list" % (entry["where"], name))
     for record in records:
         if "field" not in record or "doc" not in record:
             raise Failure("%s: record %s needs doc and fields" % (record["where"],
@@ -152,7 +161,7 @@ def method_comment(entry):
     return lines
 
 
-def declarations(vocabulary, methods, records, globals_text):
+def declarations(vocabulary, methods, records, constants, globals_text):
     out = ["// The script API of tarn-run and the QDUtil bridge, for editors and the",
            "// TypeScript checker. Generated from the bridge's vocabulary list: do not edit.",
            "// Print it with `tarn-run --types > qdutil.d.ts`.", ""]
@@ -171,7 +180,7 @@ def declarations(vocabulary, methods, records, globals_text):
             for sig in entry["sig"]:
                 out.append("  %s%s;" % (item[2], qualified(sig, records)))
         else:
-            out += comment([constant_doc(item[1])], "  ")
+            out += comment([constant_doc(item[1], constants)], "  ")
             out.append("  readonly %s: %d;" % (item[1], item[2]))
     out.append("}")
     out.append("")
@@ -194,12 +203,10 @@ def declarations(vocabulary, methods, records, globals_text):
     return "\n".join(out) + "\n"
 
 
-def constant_doc(name):
+def constant_doc(name, constants):
     for prefix, count, text in CONSTANT_GROUPS:
         if name.startswith(prefix) or name == count:
-            if name == count:
-                return "The number of the values before it. " + text + "."
-            return text + "."
+            return "%s: %s." % (text, para(constants[name], "doc"))
     raise Failure("constant %s belongs to no group" % name)
 
 
@@ -229,7 +236,7 @@ def method_markdown(item, entry, records):
     return out
 
 
-def reference(vocabulary, methods, records):
+def reference(vocabulary, methods, records, constant_facts):
     bound = [item for item in vocabulary if item[0] == "method"]
     constants = [item for item in vocabulary if item[0] == "constant"]
     out = ["# The QDUtil script API", "",
@@ -261,11 +268,15 @@ def reference(vocabulary, methods, records):
                 out += method_markdown(item, methods[item[2]], records)
     out += ["## Constants", "",
             "Numbers on every `QDUtil` object, read-only in effect (assigning a number is",
-            "ignored), between \"registEXTRA\" and \"changeNormal\" in the table.", "",
-            "| Name | Value | Meaning |", "|---|---|---|"]
-    for item in constants:
-        out.append("| `%s` | %d | %s |" % (item[1], item[2], constant_doc(item[1])))
-    out += ["", "```js", "const q = new QDUtil();",
+            "ignored), between \"registEXTRA\" and \"changeNormal\" in the table.", ""]
+    for prefix, count, text in CONSTANT_GROUPS:
+        out += [text + ":", "", "| Name | Value | Meaning |", "|---|---|---|"]
+        for item in constants:
+            if item[1].startswith(prefix) or item[1] == count:
+                out.append("| `%s` | %d | %s |" % (item[1], item[2],
+                                                     para(constant_facts[item[1]], "doc")))
+        out.append("")
+    out += ["```js", "const q = new QDUtil();",
             "console.log(q.NB_MODE, q.COMP_TYPE_JPEG, q.ON_FS_BROWSER_NOTIFY);", "```", "",
             "```text output", "5 1 6", "```", "", "## Records", ""]
     for record in records:
@@ -305,16 +316,25 @@ def cxx_string(text):
     return '"%s"' % escaped
 
 
-def help_header(vocabulary, methods):
-    out = ["// The prompt's reference text of each QDUtil method. Generated by",
+def constant_help(item, constants):
+    lines = ["q.%s = %d" % (item[1], item[2]), "  A constant, read-only in effect."]
+    lines += textwrap.wrap(constant_doc(item[1], constants), 78, initial_indent="  ",
+                           subsequent_indent="    ", break_on_hyphens=False)
+    return "\n".join(lines) + "\n"
+
+
+def help_header(vocabulary, methods, constants):
+    out = ["// The prompt's reference text of each QDUtil method and constant. Generated by",
            "// tools/apidoc/generate_api.py: do not edit.",
            "#pragma once", "", "namespace tarn {", "namespace host {", "",
            "struct ApiHelpEntry {", "  const char* name;", "  const char* text;", "};", "",
            "// In binding order.", "constexpr ApiHelpEntry kApiHelp[] = {"]
     for item in vocabulary:
         if item[0] == "method":
-            out.append("    {%s,\n     %s}," % (cxx_string(item[2]),
-                                               cxx_string(help_text(item, methods[item[2]]))))
+            name, text = item[2], help_text(item, methods[item[2]])
+        else:
+            name, text = item[1], constant_help(item, constants)
+        out.append("    {%s,\n     %s}," % (cxx_string(name), cxx_string(text)))
     out += ["};", "", "}  // namespace host", "}  // namespace tarn", ""]
     return "\n".join(out)
 
@@ -343,20 +363,20 @@ def main():
     args = parser.parse_args()
     try:
         vocabulary = read_vocabulary(args.vocabulary)
-        methods, records = read_facts(args.facts)
-        check_facts(vocabulary, methods, records)
+        methods, records, constants = read_facts(args.facts)
+        check_facts(vocabulary, methods, records, constants)
         with open(args.globals, encoding="utf-8") as f:
             globals_text = f.read()
     except (Failure, OSError) as e:
         print("generate_api.py: %s" % e, file=sys.stderr)
         return 1
     if args.dts:
-        write(args.dts, declarations(vocabulary, methods, records, globals_text))
-    text = reference(vocabulary, methods, records)
+        write(args.dts, declarations(vocabulary, methods, records, constants, globals_text))
+    text = reference(vocabulary, methods, records, constants)
     if args.markdown:
         write(args.markdown, text)
     if args.help_header:
-        write(args.help_header, help_header(vocabulary, methods))
+        write(args.help_header, help_header(vocabulary, methods, constants))
     if args.check_markdown:
         with open(args.check_markdown, encoding="utf-8") as f:
             committed = f.read()

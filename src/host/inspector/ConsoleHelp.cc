@@ -15,7 +15,7 @@ namespace inspector {
 namespace {
 
 constexpr char kUsage[] =
-    "help(q.NAME) or help(\"NAME\"): the reference of the QDUtil method NAME\n";
+    "help(q.NAME) or help(\"NAME\"): the reference of the QDUtil method or constant NAME\n";
 
 void Help(const v8::FunctionCallbackInfo<v8::Value>& info) {
   v8::Isolate* isolate = info.GetIsolate();

@@ -67,7 +67,7 @@ std::string ApiHelpText(const std::string& topic, bool* found) {
       near += entry.name;
     }
   }
-  std::string text = "QDUtil has no method \"" + name + "\"";
+  std::string text = "QDUtil has no method or constant \"" + name + "\"";
   if (!near.empty()) text += "; did you mean " + near + "?";
   return text + "\n";
 }

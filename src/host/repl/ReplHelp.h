@@ -1,4 +1,4 @@
-// The reference text of a QDUtil method, for the prompt's `.help NAME` and
+// The reference text of a QDUtil method or constant, for the prompt's `.help NAME` and
 // the debugger's console: the same entries as docs/api.md, generated from
 // the bridge's vocabulary list.
 #pragma once
@@ -8,9 +8,9 @@
 namespace tarn {
 namespace host {
 
-// The entry of the method a topic names ("getAppId", "q.getAppId",
-// "q.getAppId()"). For a name that is no method, a line saying so, with the
-// methods whose names are close to it (a different case, a letter or two
+// The entry of the method or constant a topic names ("getAppId",
+// "q.getAppId", "q.getAppId()", "NB_MODE"). For any other name, a line saying
+// so, with the names close to it (a different case, a letter or two
 // apart); `found` tells which it was.
 std::string ApiHelpText(const std::string& topic, bool* found);
 
