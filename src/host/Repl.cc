@@ -588,9 +588,8 @@ class Repl : public Extension {
       return;
     }
     if (word == ".help") {
-      bool found = false;
       std::string topic = Trim(line.substr(word.size()));
-      std::fputs(topic.empty() ? kHelp : ApiHelpText(topic, &found).c_str(), stdout);
+      std::fputs(topic.empty() ? kHelp : ApiHelpText(topic).c_str(), stdout);
     } else if (word == ".break" || word == ".clear") {
       buffered_.clear();
     } else if (word == ".editor") {

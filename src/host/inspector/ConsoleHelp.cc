@@ -25,8 +25,7 @@ void Help(const v8::FunctionCallbackInfo<v8::Value>& info) {
   } else if (info.Length() > 0 && info[0]->IsString()) {
     topic = host::Utf8(isolate, info[0]);
   }
-  bool found = false;
-  std::string text = topic.empty() ? kUsage : host::ApiHelpText(topic, &found);
+  std::string text = topic.empty() ? kUsage : host::ApiHelpText(topic);
   info.GetReturnValue().Set(host::Text(isolate, text));
 }
 

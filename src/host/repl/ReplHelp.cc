@@ -49,15 +49,13 @@ std::string MethodName(const std::string& topic) {
 
 }  // namespace
 
-std::string ApiHelpText(const std::string& topic, bool* found) {
+std::string ApiHelpText(const std::string& topic) {
   const std::string name = MethodName(topic);
   for (const ApiHelpEntry& entry : kApiHelp) {
     if (name == entry.name) {
-      *found = true;
       return entry.text;
     }
   }
-  *found = false;
   std::string near;
   const std::string lower = Lower(name);
   for (const ApiHelpEntry& entry : kApiHelp) {

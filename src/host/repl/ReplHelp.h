@@ -11,8 +11,8 @@ namespace host {
 // The entry of the method or constant a topic names ("getAppId",
 // "q.getAppId", "q.getAppId()", "NB_MODE"). For any other name, a line saying
 // so, with the names close to it (a different case, a letter or two
-// apart); `found` tells which it was.
-std::string ApiHelpText(const std::string& topic, bool* found);
+// apart).
+std::string ApiHelpText(const std::string& topic);
 
 }  // namespace host
 }  // namespace tarn
