@@ -13,10 +13,12 @@ console.log('getTopWindow() ->', JSON.stringify(q.getTopWindow()));
 console.log('set3dMode(1) ->', q.set3dMode(1), '(deprecated)');
 
 // Constants are read-only in effect: a number is accepted and ignored...
+// @ts-expect-error (the declarations make them read-only too)
 q.APP_TYPE_WEB_APP = 7;
 console.log('APP_TYPE_WEB_APP after assigning 7:', q.APP_TYPE_WEB_APP);
 // ...and anything else is refused with a script Error.
 try {
+  // @ts-expect-error
   q.APP_TYPE_WEB_APP = 'seven';
 } catch (e) {
   console.log('assigning a text:', e.message);
@@ -34,7 +36,7 @@ console.log('\nclock: qd_gettimeofday() ->', q.qd_gettimeofday(), '| date', q.ge
             '| time', q.getTimeString(), '| zone', JSON.stringify(q.qd_gettimezone()));
 
 // Sources and the TV's state.
-console.log('current source:', q.getSourceInfo(), '| channel type:', q.getCurrentChannelType(),
+console.log('current source:', q.getSourceInfo(0), '| channel type:', q.getCurrentChannelType(),
             '| power state:', q.checkPowerState(), '| wake-up reason:', q.getWakeupReason());
 
 // Which app is running, and its memory.
@@ -49,6 +51,8 @@ tarn.sim.makeFolder('/opt/usr/home/captures');  // the set's capture folder
 const shot = q.requestCaptureToFileSync({dir_path: '/opt/usr/home/captures',
                                          file_name: 'demo.png', width: 640, height: 360,
                                          comp_type: q.COMP_TYPE_PNG});
+// A failed capture answers the service's error code instead.
+if (typeof shot === 'number') throw new Error('capture failed: ' + shot);
 // The simulated root is temporary unless tarn-run is given --sim-root DIR.
 console.log('capture:', JSON.stringify(shot), '-> on this PC:',
             tarn.sim.root() + shot.ret_path);

@@ -40,6 +40,27 @@ if [ ${#missing[@]} -gt 0 ]; then
   DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq "${missing[@]}" >/dev/null
 fi
 
+# TypeScript, for the suite's checks of the script API's declarations
+# (tests/types): one pinned version, installed into the project's own
+# .cache/npm (ignored by git), never globally. node and npm come from Debian
+# where the machine has neither.
+typescript_version=5.9.3
+npm_prefix="$root/.cache/npm"
+if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+  echo "setup: installing nodejs and npm"
+  "${sudo_cmd[@]}" apt-get -o DPkg::Lock::Timeout=600 update -qq
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get -o DPkg::Lock::Timeout=600 \
+    install -y -qq nodejs npm >/dev/null
+fi
+installed_ts=$(node -p "require('$npm_prefix/node_modules/typescript/package.json').version" \
+  2>/dev/null || true)
+if [ "$installed_ts" != "$typescript_version" ]; then
+  echo "setup: installing typescript@$typescript_version into $npm_prefix"
+  mkdir -p "$npm_prefix"
+  npm install --prefix "$npm_prefix" --no-save --no-audit --no-fund --loglevel=error \
+    "typescript@$typescript_version" >/dev/null
+fi
+
 # V8 headers and libnode.so
 if dpkg-query -W -f='${Status}' libnode-dev 2>/dev/null | grep -q 'install ok installed'; then
   exit 0

@@ -12,8 +12,8 @@ cmake --install "$build" --prefix "$prefix" > "$prefix.log" 2>&1 || { cat "$pref
 rm -f "$prefix.log"
 fail=0
 for f in bin/tarn-run lib/libtarnhost.so lib/libtarnrepl.so lib/libtarndebugger.so lib/libtvsim.so \
-         lib/libqdutil.so share/doc/qdutil/host.md \
-         share/doc/qdutil/examples/demo.js; do
+         lib/libqdutil.so share/doc/qdutil/host.md share/doc/qdutil/api.md \
+         share/qdutil/types/qdutil.d.ts share/doc/qdutil/examples/demo.js; do
   [ -e "$prefix/$f" ] || { echo "not installed: $f"; fail=1; }
 done
 for f in "$prefix"/bin/* "$prefix"/lib/*; do
@@ -37,6 +37,12 @@ if [ "$status" != 0 ] || ! echo "$out" | grep -q "^Debugger listening on ws://12
    ! echo "$out" | grep -qx 42; then
   echo "installed tarn-run --inspect ended with $status:"
   echo "$out" | tail -20
+  fail=1
+fi
+# The installed declarations are what the installed tarn-run prints.
+if ! (cd / && ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$prefix/bin/tarn-run" --types) |
+     cmp -s - "$prefix/share/qdutil/types/qdutil.d.ts"; then
+  echo "share/qdutil/types/qdutil.d.ts differs from tarn-run --types"
   fail=1
 fi
 [ "$fail" = 0 ] && echo "installed and ran the demo from $prefix"

@@ -14,6 +14,7 @@
 
 #include "AppConfig.h"
 #include "Logger.h"
+#include "TypesSource.h"
 #include "debugger.h"
 #include "extensions.h"
 #include "tarn/host/Host.h"
@@ -94,6 +95,7 @@ struct CommandLine {
   gchar* appData = nullptr;
   gboolean noBridges = FALSE;
   gboolean version = FALSE;
+  gboolean types = FALSE;
   gboolean module = FALSE;
 
   CommandLine() = default;
@@ -138,6 +140,8 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
        "As --inspect, and wait for the debugger, stopped at the script's first line",
        "[HOST:]PORT"},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &line->version, "Print the version and exit", nullptr},
+      {"types", 0, 0, G_OPTION_ARG_NONE, &line->types,
+       "Print the TypeScript declarations of the script API (qdutil.d.ts) and exit", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   GOptionContext* options = g_option_context_new("[SCRIPT.js [ARGUMENTS...]]");
@@ -161,6 +165,14 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
   }
   g_option_context_free(options);
   return parsed;
+}
+
+// The script API's declarations (qdutil.d.ts), built into the program.
+int PrintTypes() {
+  using tarn::host::embedded::kScriptTypes;
+  using tarn::host::embedded::kScriptTypesLength;
+  bool written = std::fwrite(kScriptTypes, 1, kScriptTypesLength, stdout) == kScriptTypesLength;
+  return written && std::fflush(stdout) == 0 ? 0 : 1;
 }
 
 // The log threshold from -l, else from TARN_LOG_LEVEL; false (status 2) for
@@ -272,6 +284,7 @@ int main(int argc, char* argv[]) {
     std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
     return 0;
   }
+  if (line.types) return PrintTypes();
   if (!SetLogLevel(line.logLevel)) return 2;
   if (line.evalCode && line.printCode) {
     std::fprintf(stderr, "tarn-run: -e and -p cannot be given together\n");

@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "engine/Runtime.h"
+#include "inspector/ConsoleHelp.h"
 #include "inspector/DebugServer.h"
 #include "inspector/InspectorText.h"
 
@@ -264,6 +265,11 @@ class Inspector final : public host::ScriptDebugger,
       entry.second->v8session->schedulePauseOnNextStatement(AsciiView(reason),
                                                             v8_inspector::StringView());
     }
+  }
+
+  void installAdditionalCommandLineAPI(v8::Local<v8::Context> context,
+                                       v8::Local<v8::Object> helpers) override {
+    InstallConsoleHelp(context, helpers);
   }
 
   v8::Local<v8::Context> ensureDefaultContextInGroup(int) override {

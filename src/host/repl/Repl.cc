@@ -29,6 +29,7 @@
 #include "engine/Runtime.h"
 #include "repl/Completion.h"
 #include "repl/InterruptWatch.h"
+#include "console/ApiHelp.h"
 #include "repl/ReplOutput.h"
 #include "repl/ReplSource.h"
 #include "repl/ReplText.h"
@@ -53,6 +54,7 @@ const char kHelp[] =
     ".editor   Enter editor mode\n"
     ".exit     Exit the REPL\n"
     ".help     Print this help message\n"
+    ".help q.NAME  Print the reference of the QDUtil method or constant NAME\n"
     "\n"
     "Press Ctrl+C to abort current expression, Ctrl+D to exit the REPL\n";
 
@@ -403,7 +405,8 @@ class Repl : public Extension {
       return;
     }
     if (word == ".help") {
-      std::fputs(kHelp, stdout);
+      std::string topic = Trim(line.substr(word.size()));
+      std::fputs(topic.empty() ? kHelp : ApiHelpText(topic).c_str(), stdout);
     } else if (word == ".break" || word == ".clear") {
       buffered_.clear();
     } else if (word == ".editor") {

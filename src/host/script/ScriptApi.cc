@@ -19,6 +19,7 @@
 
 #include "AppConfig.h"
 #include "ScriptBridge.h"
+#include "ScriptEngine.h"
 #include "console/Console.h"
 #include "engine/EngineServices.h"
 #include "engine/Runtime.h"
@@ -401,6 +402,29 @@ void DetachNative(const v8::FunctionCallbackInfo<v8::Value>& info) {
   Bridge::detail::forgetReceivers(isolate);
 }
 
+// tarn.interrupts: the engine's interrupt codes by name, frozen, so that a
+// listener compares with tarn.interrupts.WAKEUP rather than a bare number.
+bool InstallInterruptNames(v8::Local<v8::Context> context, v8::Local<v8::Object> target) {
+  v8::Isolate* isolate = context->GetIsolate();
+  static const std::pair<const char*, int> kCodes[] = {
+      {"SUSPEND", tarn::util::INTERUPT_EVENT_SUSPEND},
+      {"FACTORY_RESET", tarn::util::INTERUPT_EVENT_FACTORY_RESET},
+      {"SERVICE_RESET", tarn::util::INTERUPT_EVENT_SERVICE_RESET},
+      {"WAKEUP", tarn::util::INTERUPT_EVENT_WAKEUP},
+      {"LATE_WAKEUP", tarn::util::INTERUPT_EVENT_LATE_WAKEUP},
+      {"POWER_STANDBY", tarn::util::INTERUPT_EVENT_POWER_STANDBY},
+  };
+  v8::Local<v8::Object> names = v8::Object::New(isolate);
+  for (const auto& code : kCodes) {
+    if (names->Set(context, Text(isolate, code.first), v8::Integer::New(isolate, code.second))
+            .IsNothing()) {
+      return false;
+    }
+  }
+  return names->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen).FromMaybe(false) &&
+         target->Set(context, Text(isolate, "interrupts"), names).FromMaybe(false);
+}
+
 v8::Local<v8::Object> NewNamespace(v8::Local<v8::Context> context, v8::Local<v8::Object> parent,
                                    const char* name) {
   v8::Isolate* isolate = context->GetIsolate();
@@ -509,6 +533,7 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
   SetFunction(context, tarn, "load", Load);
   SetFunction(context, tarn, "on", On);
   SetFunction(context, tarn, "off", Off);
+  if (!InstallInterruptNames(context, tarn)) return scope.Escape(tarn);
   v8::Local<v8::Object> log = NewNamespace(context, tarn, "log");
   SetFunction(context, log, "capture", LogCaptureStart);
   SetFunction(context, log, "take", LogTake);

@@ -158,6 +158,46 @@ void SessionScenario(const Setup& setup) {
   Expect(child.Stdout() == "sum is 5 é✓\n", "stdout: " + child.Stdout());
 }
 
+// help() among the console's helpers: a QDUtil method's reference text,
+// for what the console evaluates only (includeCommandLineAPI), never as a
+// global of the script.
+void ConsoleHelpScenario(const Setup& setup) {
+  Child child;
+  child.Start({setup.tarnRun, "--inspect-brk=127.0.0.1:0", setup.scripts + "/debug_help.js"});
+  Listening at = WaitListening(child, "127\\.0\\.0\\.1");
+  Session devtools("client");
+  Expect(devtools.Connect(at.port, "/" + at.id), "the client connects");
+  devtools.Call("Runtime.enable");
+  devtools.Call("Debugger.enable");
+  devtools.Call("Runtime.runIfWaitingForDebugger");
+  devtools.WaitEvent("Debugger.paused");
+  auto console = [&](const std::string& expression) {
+    Json::Value answer = devtools.Call(
+        "Runtime.evaluate", Object({{"expression", expression}, {"includeCommandLineAPI", true}}));
+    std::printf("%s -> %s\n", expression.c_str(), Compact(answer["result"]).c_str());
+    Expect(Str(answer["result"]["type"]) == "string", expression + " answers a text");
+    return Str(answer["result"]["value"]);
+  };
+  const std::string entry = console("help(QDUtil.prototype.getAppId)");
+  Expect(
+      entry.rfind("q.getAppId(): string\n  Place 22 of the table", 0) == 0 &&
+          entry.find("  Fails: \"\" when the package name cannot be read\n") != std::string::npos,
+      "help(method) is the method's reference entry");
+  Expect(console("help('q.getAppId')") == entry, "help('q.getAppId') is the same entry");
+  Expect(console("help('powerStandby')") ==
+             "QDUtil has no method or constant \"powerStandby\"; did you mean powerStanby?\n",
+         "a misspelt name gets the near one");
+  Expect(console("help()").rfind("help(q.NAME) or help(\"NAME\")", 0) == 0,
+         "help() says how to use it");
+  Json::Value global = devtools.Evaluate("typeof help");
+  Expect(Str(global["value"]) == "undefined", "help is no global of the script");
+  devtools.Call("Debugger.resume");
+  child.WaitFor("Waiting for the debugger to disconnect\\.\\.\\.\n");
+  devtools.Close();
+  Expect(child.WaitExit() == 0, "exit status 0");
+  Expect(child.Stdout() == "the package is org.tarn.firstscreen\n", "stdout: " + child.Stdout());
+}
+
 // Two clients at once, as node allows: both see the script's console, one
 // pauses it while the other evaluates; the one that asked to be told of the
 // end (as VS Code does) keeps the context until it leaves; the process waits
@@ -384,7 +424,7 @@ int main(int argc, char* argv[]) {
       {"session", SessionScenario},        {"two_clients", TwoClientsScenario},
       {"busy_script", BusyScriptScenario}, {"public_address", PublicAddressScenario},
       {"port_in_use", PortInUseScenario},  {"bad_input", BadInputScenario},
-      {"uncaught", UncaughtScenario},
+      {"uncaught", UncaughtScenario},      {"console_help", ConsoleHelpScenario},
   };
   auto found = scenarios.find(argv[1]);
   if (found == scenarios.end()) {

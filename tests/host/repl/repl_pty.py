@@ -295,6 +295,29 @@ def case_help(s, home):
     expect_status(s, 0)
 
 
+def case_help_api(s, home):
+    s.prompt()
+    s.line(".help", r"\.help q\.NAME +Print the reference of the QDUtil method or constant NAME\n")
+    s.prompt()
+    s.line(".help q.getAppId", r"\nq\.getAppId\(\): string\n  Place 22 of the table; apps, memory "
+           r"and files\.\n  The calling app's package name\..*\n  Fails: \"\" when the package "
+           r"name cannot be read\n  Example: console\.log\(q\.getAppId\(\)\);\n"
+           r"    // org\.tarn\.firstscreen\n> ")
+    s.line(".help getCallerAppID()", r"\nq\.getCallerAppID\(\): 0\n")
+    s.prompt()
+    s.line(".help getPowerKeyPressCount", r"\nq\.getPowerKeyPressCount\(command: 1\): number \| false\n"
+           r"q\.getPowerKeyPressCount\(command: 0\): boolean\n")
+    s.prompt()
+    s.line(".help q.powerStandby",
+           r'\nQDUtil has no method or constant "powerStandby"; did you mean powerStanby\?\n> ')
+    s.line(".help setxpropertycover", r'did you mean SetXPropertyCover\?\n> ')
+    s.line(".help NB_MODE", r"\nq\.NB_MODE = 5\n  A constant, read-only in effect\.\n"
+           r"  What a capture takes .*: how many capture\n    modes there are\.\n> ")
+    s.line(".help nothingLikeIt", r'\nQDUtil has no method or constant "nothingLikeIt"\n> ')
+    s.line(".exit")
+    expect_status(s, 0)
+
+
 def case_exit(s, home):
     s.prompt()
     s.line("tarn.exitCode = 3", r"\n3\n> ")

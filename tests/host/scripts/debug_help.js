@@ -1,0 +1,2 @@
+const q = new QDUtil();
+console.log('the package is', q.getAppId());
