@@ -29,7 +29,8 @@ void Simulator::setChangeListener(void (*listener)()) {
 }
 
 std::vector<JournalEntry> Simulator::journalSince(unsigned long long afterSeq, size_t max,
-                                                  unsigned long long* skipped) {
+                                                  unsigned long long* skipped,
+                                                  unsigned long long* newest) {
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.journalMutex);
   const auto& journal = core.journal;
@@ -39,6 +40,7 @@ std::vector<JournalEntry> Simulator::journalSince(unsigned long long afterSeq, s
                        [](unsigned long long seq, const JournalEntry& e) { return seq < e.seq; });
   const size_t after = static_cast<size_t>(journal.end() - first);
   const unsigned long long lastSeq = core.nextSeq - 1;
+  *newest = lastSeq;
   // Entries after afterSeq that are no longer kept count as skipped too.
   const unsigned long long gone =
       lastSeq > afterSeq && lastSeq - afterSeq > after ? lastSeq - afterSeq - after : 0;

@@ -115,9 +115,11 @@ class Simulator {
   // One listener at a time; null for none.
   static void setChangeListener(void (*listener)());
   // The journal's entries after `afterSeq`, the newest `max` of them;
-  // *skipped counts the ones after afterSeq left out (or already dropped).
+  // *skipped counts the ones after afterSeq left out (or already dropped),
+  // *newest is the last sequence number given out so far.
   static std::vector<JournalEntry> journalSince(unsigned long long afterSeq, size_t max,
-                                                unsigned long long* skipped);
+                                                unsigned long long* skipped,
+                                                unsigned long long* newest);
   // The power subscriptions held now: {"preWakeup": n, "wakeup": n,
   // "powerOff": n, "stateChanged": n}.
   static Json::Value subscriptions();
