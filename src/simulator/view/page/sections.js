@@ -20,7 +20,9 @@ function table(caption, headings, rows) {
   t.append(el('caption', caption));
   const head = el('tr');
   for (const h of headings) head.append(el('th', h, { scope: 'col' }));
-  t.append(el('thead')).firstChild.append(head);
+  const thead = el('thead');
+  thead.append(head);
+  t.append(thead);
   const body = el('tbody');
   for (const row of rows) {
     const tr = el('tr');
