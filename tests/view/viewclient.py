@@ -20,8 +20,9 @@ class Run:
 
     def __init__(self, tarn_run, *args, script=None, wait=True):
         command = EMULATOR + [tarn_run] + list(args)
+        # The script, with its own arguments after it when given as a list.
         if script:
-            command.append(script)
+            command += script if isinstance(script, list) else [script]
         self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.stderr = b""
         self.stdout = b""
