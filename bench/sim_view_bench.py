@@ -119,7 +119,7 @@ def main():
 
     print("flood, %d platform calls/s for %d s (median of %d runs):" % (rate, seconds, runs))
     for label, rows in (("without the view", without), ("with the view", with_view)):
-        print("  %-17s rate %6.0f/s  %.2f us/call  server RSS %.1f -> max %.1f MB"
+        print("  %-17s rate %6.0f/s  %.2f us/call  tarn-run RSS %.1f -> max %.1f MB"
               % (label, med(rows, "rate"), med(rows, "us_per_call"), med(rows, "rss_first_mb"),
                  med(rows, "rss_max_mb")))
     print("  rate with/without the view: %.3f" % (med(with_view, "rate") / med(without, "rate")))
