@@ -223,10 +223,16 @@ def case_address_forms():
 
 
 def case_linger():
-    run = Run("--sim-view=127.0.0.1:0")
+    run = Run("--sim-view=127.0.0.1:0", "--no-bridges")
     run.wait_for(lambda: b"the script's work is done; the simulated TV view stays up until Ctrl+C"
                  in run.stderr, "the notice that the run stays up")
     check(status(get(run.port, "/")) == 200, "the view stays up after the script's work")
+    ws = WebSocket(run.port)
+    ws.receive()
+    first = ws.receive()
+    check(first["type"] == "update" and first["state"]["power"]["state"] == 0,
+          "a page that comes when nothing has changed still gets the whole state")
+    ws.close()
     check(run.stop() == 130, "Ctrl+C ends it")
     run = Run("--sim-view=127.0.0.1:0", script="exits.js")
     check(run.process.wait(timeout=60) == 3, "tarn.exit ends it with its code")

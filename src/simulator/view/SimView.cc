@@ -105,19 +105,23 @@ void SimView::Flush() {
   lastFlush_ = now;
   // Changes from here on ask for another flush.
   flushDue_.store(false);
-  std::string state = Compact(Simulator::state());
-  std::string subscriptions = Compact(Simulator::subscriptions());
-  if (state != stateText_ || subscriptions != subscriptionsText_) {
-    stateText_ = std::move(state);
-    subscriptionsText_ = std::move(subscriptions);
-    ++stateVersion_;
-  }
+  Snapshot();
   for (auto& [session, page] : pages_) {
     if (server_.Queued(session) > 0) {
       page.waiting = true;
       continue;
     }
     Update(session, page);
+  }
+}
+
+void SimView::Snapshot() {
+  std::string state = Compact(Simulator::state());
+  std::string subscriptions = Compact(Simulator::subscriptions());
+  if (state != stateText_ || subscriptions != subscriptionsText_) {
+    stateText_ = std::move(state);
+    subscriptionsText_ = std::move(subscriptions);
+    ++stateVersion_;
   }
 }
 
@@ -158,6 +162,9 @@ void SimView::SessionStarted(int session, const tarn::web::Request& request) {
   hello["readOnly"] = readOnly_;
   hello["controls"] = !readOnly_ && page.trusted;
   server_.Send(session, Compact(hello));
+  // The first update holds the whole state, even when nothing has changed
+  // since the server started.
+  Snapshot();
   Update(session, page);
 }
 

@@ -52,6 +52,8 @@ class SimView : public tarn::web::WebServer::Handler {
 
   static void OnChange();
   void Flush();
+  // Reads the state and the subscriptions; a new version when they changed.
+  void Snapshot();
   void Update(int session, Page& page);
   tarn::web::Response File(const tarn::web::Request& request, const std::string& name);
 
