@@ -433,6 +433,7 @@ std::vector<std::string> journalNames() {
   }
   names.push_back("tvsim");
   names.push_back("view");
+  names.push_back("engine");
   return names;
 }
 

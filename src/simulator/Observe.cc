@@ -1,6 +1,6 @@
 // Watching the simulated set from outside the script (tarn-run's live view):
 // one change listener, the journal read from a point on, the subscriptions
-// held, and controls journaled as coming from outside.
+// held, and notes of what no platform call shows.
 #include <algorithm>
 #include <atomic>
 
@@ -66,10 +66,10 @@ Json::Value Simulator::subscriptions() {
   return counts;
 }
 
-void Simulator::journalControl(const std::string& operation, const Json::Value& arguments,
-                               const Json::Value& result) {
+void Simulator::journalNote(const std::string& library, const std::string& operation,
+                            const Json::Value& arguments, const Json::Value& result) {
   JournalEntry entry;
-  entry.library = "view";
+  entry.library = library;
   entry.operation = operation;
   entry.arguments = arguments;
   entry.result = result;

@@ -101,9 +101,12 @@ try {
   const operations = await page.locator('#journal-rows tr td:nth-child(3)').allTextContents();
   check(operations.length === 3 && operations.every((o) => o === 'fire'),
     `journal filtered by operation: ${operations.length} rows of "fire"`);
-  await page.getByLabel('Library filter').fill('');
-  await page.getByLabel('Operation filter').fill('setVideoMute');
   await page.getByLabel('Operation filter').fill('');
+  await page.getByLabel('Library filter').fill('engine');
+  const events = await page.locator('#journal-rows tr').allTextContents();
+  check(events.some((row) => row.includes('interrupt') && row.includes('0x100900A4')),
+    `the interrupt as the script received it is in the journal (${events.length} engine rows)`);
+  await page.getByLabel('Library filter').fill('');
 
   mkdirSync(artefacts, { recursive: true });
   await page.screenshot({ path: join(artefacts, 'sim-view.png'), fullPage: true });

@@ -58,7 +58,7 @@ Json::Value runCommand(const Json::Value& command) {
   } else {
     return Failed("unknown command '" + name.substr(0, 64) + "' (known: set, remove, fire)");
   }
-  Simulator::journalControl(name, arguments, ok ? Json::Value(true) : Json::Value(error));
+  Simulator::journalNote("view", name, arguments, ok ? Json::Value(true) : Json::Value(error));
   if (!ok) return Failed(error);
   Json::Value reply(Json::objectValue);
   reply["ok"] = true;

@@ -10,6 +10,7 @@
 #include "Runtime.h"
 #include "SimView.h"
 #include "tarn/host/Extension.h"
+#include "tvsim/Simulator.h"
 
 namespace tvsim {
 namespace view {
@@ -37,18 +38,29 @@ class ViewExtension : public tarn::host::Extension {
 
   const char* name() const override { return "sim-view"; }
 
-  void install(v8::Isolate*, v8::Local<v8::Context>, v8::Local<v8::Object>) override {
+  void install(v8::Isolate* isolate, v8::Local<v8::Context> context,
+               v8::Local<v8::Object>) override {
     runtime_ = tarn::host::Runtime::Current();
     if (!runtime_) return;
     // The view keeps the run going; the script's own work ending is noticed
     // and said once.
     runtime_->Hold();
+    // Engine events reach the journal as the script's listeners get them.
+    for (const char* kind : {"event", "interrupt"}) {
+      v8::Local<v8::Function> listener;
+      if (v8::Function::New(context, &ViewExtension::JournalEvent,
+                            v8::String::NewFromUtf8(isolate, kind).ToLocalChecked())
+              .ToLocal(&listener)) {
+        runtime_->AddListener(kind, listener);
+        ++holds_;
+      }
+    }
     GSource* source = g_timeout_source_new(100);
     g_source_set_callback(
         source,
         [](gpointer self) -> gboolean {
           auto* extension = static_cast<ViewExtension*>(self);
-          if (extension->runtime_->PendingBeyond(1)) return G_SOURCE_CONTINUE;
+          if (extension->runtime_->PendingBeyond(extension->holds_)) return G_SOURCE_CONTINUE;
           std::fprintf(stderr,
                        "tarn-run: the script's work is done; the simulated TV view stays up "
                        "until Ctrl+C\n");
@@ -65,8 +77,44 @@ class ViewExtension : public tarn::host::Extension {
   }
 
  private:
+  static std::string Text(v8::Isolate* isolate, v8::Local<v8::Value> value) {
+    v8::String::Utf8Value utf8(isolate, value);
+    return *utf8 ? std::string(*utf8, static_cast<size_t>(utf8.length())) : std::string();
+  }
+
+  // (code, args) of an engine event, journaled as library "engine".
+  static void JournalEvent(const v8::FunctionCallbackInfo<v8::Value>& info) {
+    v8::Isolate* isolate = info.GetIsolate();
+    const std::string kind = Text(isolate, info.Data());
+    Json::Value arguments(Json::arrayValue);
+    char code[16];
+    std::snprintf(code, sizeof code, "0x%08X",
+                  info.Length() > 0 && info[0]->IsInt32()
+                      ? static_cast<unsigned>(info[0].As<v8::Int32>()->Value())
+                      : 0u);
+    arguments.append(code);
+    Json::Value fields(Json::objectValue);
+    v8::Local<v8::Context> context = isolate->GetCurrentContext();
+    v8::Local<v8::Array> names;
+    if (info.Length() > 1 && info[1]->IsObject() &&
+        info[1].As<v8::Object>()->GetOwnPropertyNames(context).ToLocal(&names)) {
+      for (uint32_t i = 0; i < names->Length(); ++i) {
+        v8::Local<v8::Value> name, value;
+        if (!names->Get(context, i).ToLocal(&name) ||
+            !info[1].As<v8::Object>()->Get(context, name).ToLocal(&value)) {
+          continue;
+        }
+        fields[Text(isolate, name)] = Text(isolate, value);
+      }
+    }
+    arguments.append(fields);
+    tvsim::Simulator::journalNote("engine", kind, arguments, Json::Value());
+  }
+
   std::unique_ptr<SimView> view_;
   tarn::host::Runtime* runtime_ = nullptr;
+  // The view's own holds on the run: its own and its listeners'.
+  int holds_ = 1;
 };
 
 }  // namespace

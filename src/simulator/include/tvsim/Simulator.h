@@ -126,9 +126,11 @@ class Simulator {
   // The composed screen as the capture service would take it now (black in
   // standby or with the picture off), as PNG bytes.
   static std::string screenPng(int width, int height);
-  // Journals a control made from outside the script (library "view").
-  static void journalControl(const std::string& operation, const Json::Value& arguments,
-                             const Json::Value& result);
+  // Journals what the platform's calls do not show: a control made from
+  // outside the script (library "view") or an engine event as the script
+  // received it (library "engine").
+  static void journalNote(const std::string& library, const std::string& operation,
+                          const Json::Value& arguments, const Json::Value& result);
 
   // --- Device files ------------------------------------------------------
   // The root folder; made on first use (TVSIM_ROOT, or a fresh temporary
