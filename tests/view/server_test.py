@@ -6,6 +6,7 @@ Starts tarn-run --sim-view on a free port (port 0) and talks HTTP and
 WebSocket to it with plain sockets, as a careless or hostile client would.
 """
 import os
+import re
 import socket
 import struct
 import sys
@@ -215,6 +216,13 @@ def case_address_forms():
     check(ws.receive()["readOnly"] is True, "--sim-view-readonly SCRIPT runs SCRIPT, read-only")
     ws.close()
     check(run.stop() == 130, "Ctrl+C ends the run with 130")
+    # Any other address than loopback is named, and warned about.
+    code, out, err = ends(["--sim-view=0.0.0.0:0", "-e", "tarn.exit(4)"], script=None)
+    check(code == 4 and re.match(r"Warning: the simulated TV view listens on 0\.0\.0\.0:\d+, "
+                                 r"which other machines may reach; anyone who opens it sees the "
+                                 r"set and can steer it\.\nSimulated TV view on "
+                                 r"http://0\.0\.0\.0:\d+/\n$", err) is not None,
+          "a public address is warned about: %r" % err)
     # After the script's name, the option is the script's.
     code, out, err = ends(["-e", "console.log(JSON.stringify(tarn.args))", "--", "--sim-view"],
                           script=None)
