@@ -107,6 +107,12 @@ try {
   check(events.some((row) => row.includes('interrupt') && row.includes('0x100900A4')),
     `the interrupt as the script received it is in the journal (${events.length} engine rows)`);
   await page.getByLabel('Library filter').fill('');
+  // The bridge's log lines, at the level chosen in the page.
+  await page.getByLabel('Log level').selectOption('4');
+  const traced = await page.locator('#log-rows tr').count();
+  await page.getByLabel('Log level').selectOption('0');
+  const errors = await page.locator('#log-rows tr').count();
+  check(traced > 0 && errors < traced, `log lines by level: ${traced} at trace, ${errors} at error`);
 
   mkdirSync(artefacts, { recursive: true });
   await page.screenshot({ path: join(artefacts, 'sim-view.png'), fullPage: true });

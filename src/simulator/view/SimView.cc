@@ -26,6 +26,10 @@ namespace {
 constexpr std::chrono::microseconds kMinInterval{2000};
 // Journal entries per update; older ones beyond this are skipped.
 constexpr size_t kJournalBatch = 300;
+// Log lines kept for pages that come later, and sent per update.
+constexpr size_t kLogKept = 2000;
+constexpr size_t kLogBatch = 300;
+constexpr std::chrono::microseconds kTick{200000};
 // A control is a few hundred bytes; a state value set by path may be more.
 constexpr size_t kMaxCommandBytes = 256u << 10;
 
@@ -77,8 +81,10 @@ SimView::~SimView() { Stop(); }
 
 bool SimView::Start(const std::string& address, uint16_t port, std::string* error) {
   if (!server_.Start(address, port, error)) return false;
+  capture_ = std::make_unique<tarn::host::LogCapture>();
   g_view.store(this);
   Simulator::setChangeListener(&SimView::OnChange);
+  server_.PostAfter(kTick, [this] { Tick(); });
   return true;
 }
 
@@ -86,6 +92,7 @@ void SimView::Stop() {
   SimView* self = this;
   if (g_view.compare_exchange_strong(self, nullptr)) Simulator::setChangeListener(nullptr);
   server_.Stop();
+  capture_.reset();
 }
 
 void SimView::OnChange() {
@@ -106,6 +113,7 @@ void SimView::Flush() {
   // Changes from here on ask for another flush.
   flushDue_.store(false);
   Snapshot();
+  TakeLogLines();
   for (auto& [session, page] : pages_) {
     if (server_.Queued(session) > 0) {
       page.waiting = true;
@@ -113,6 +121,27 @@ void SimView::Flush() {
     }
     Update(session, page);
   }
+}
+
+void SimView::Tick() {
+  if (TakeLogLines() && !flushDue_.exchange(true)) Flush();
+  server_.PostAfter(kTick, [this] { Tick(); });
+}
+
+bool SimView::TakeLogLines() {
+  if (!capture_) return false;
+  std::vector<tarn::util::LogRecord> records = capture_->take();
+  for (auto& r : records) {
+    Json::Value line(Json::objectValue);
+    line["seq"] = Json::UInt64(++logSeq_);
+    line["level"] = r.level;
+    line["logger"] = r.logger;
+    line["text"] = r.text;
+    line["thread"] = Json::UInt64(r.thread);
+    logLines_.push_back(std::move(line));
+    if (logLines_.size() > kLogKept) logLines_.pop_front();
+  }
+  return !records.empty();
 }
 
 void SimView::Snapshot() {
@@ -131,7 +160,7 @@ void SimView::Update(int session, Page& page) {
   std::vector<JournalEntry> entries =
       Simulator::journalSince(page.seq, kJournalBatch, &skipped, &newest);
   const bool stateChanged = page.stateVersion != stateVersion_;
-  if (!stateChanged && entries.empty() && newest == page.seq) return;
+  if (!stateChanged && entries.empty() && newest == page.seq && page.logSeq == logSeq_) return;
   page.skipped += skipped;
   page.seq = newest;
   std::string message = "{\"type\":\"update\",\"version\":" + std::to_string(stateVersion_);
@@ -141,8 +170,17 @@ void SimView::Update(int session, Page& page) {
   }
   Json::Value journal(Json::arrayValue);
   for (const auto& e : entries) journal.append(e.toJson());
-  message +=
-      ",\"journal\":" + Compact(journal) + ",\"skipped\":" + std::to_string(page.skipped) + "}";
+  // The log lines after the page's last, the newest kLogBatch of them.
+  Json::Value log(Json::arrayValue);
+  size_t first = logLines_.size();
+  while (first > 0 && logLines_.size() - first < kLogBatch &&
+         logLines_[first - 1]["seq"].asUInt64() > page.logSeq) {
+    --first;
+  }
+  for (size_t i = first; i < logLines_.size(); ++i) log.append(logLines_[i]);
+  page.logSeq = logSeq_;
+  message += ",\"journal\":" + Compact(journal) + ",\"log\":" + Compact(log) +
+             ",\"skipped\":" + std::to_string(page.skipped) + "}";
   server_.Send(session, std::move(message));
 }
 

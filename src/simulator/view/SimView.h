@@ -10,10 +10,13 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "WebServer.h"
+#include "tarn/host/LogCapture.h"
 
 namespace tvsim {
 namespace view {
@@ -47,6 +50,7 @@ class SimView : public tarn::web::WebServer::Handler {
     uint64_t stateVersion = 0;       // last state sent
     unsigned long long seq = 0;      // last journal entry sent
     unsigned long long skipped = 0;  // journal entries never sent
+    unsigned long long logSeq = 0;   // last log line sent
     bool waiting = false;            // an update is due once its queue drains
   };
 
@@ -54,6 +58,10 @@ class SimView : public tarn::web::WebServer::Handler {
   void Flush();
   // Reads the state and the subscriptions; a new version when they changed.
   void Snapshot();
+  // Moves the log lines written since into the kept ones; true if any.
+  bool TakeLogLines();
+  // Every kTick: log lines come without a change to announce them.
+  void Tick();
   void Update(int session, Page& page);
   tarn::web::Response File(const tarn::web::Request& request, const std::string& name);
 
@@ -65,6 +73,10 @@ class SimView : public tarn::web::WebServer::Handler {
   uint64_t stateVersion_ = 0;
   std::chrono::steady_clock::time_point lastFlush_{};
   std::atomic<bool> flushDue_{false};
+  // Every log line of the run, whatever the threshold; the page chooses.
+  std::unique_ptr<tarn::host::LogCapture> capture_;
+  std::deque<Json::Value> logLines_;  // the newest, each with its "seq"
+  unsigned long long logSeq_ = 0;
   tarn::web::WebServer server_;
 };
 

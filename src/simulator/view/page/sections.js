@@ -194,3 +194,19 @@ export function drawJournal(entries, skipped) {
   document.getElementById('journal-skipped').textContent =
     skipped ? `${skipped} entries skipped (more than the page could take)` : '';
 }
+
+const levels = ['error', 'warning', 'info', 'debug', 'trace'];
+
+export function drawLog(lines) {
+  const level = Number(document.getElementById('log-level').value);
+  const rows = [];
+  for (let i = lines.length - 1; i >= 0 && rows.length < 200; --i) {
+    const l = lines[i];
+    if (l.level > level) continue;
+    const tr = el('tr');
+    tr.append(el('td', l.seq), el('td', levels[l.level] || l.level), el('td', l.logger),
+      el('td', l.text, { class: 'args' }), el('td', l.thread));
+    rows.push(tr);
+  }
+  document.getElementById('log-rows').replaceChildren(...rows);
+}

@@ -1,11 +1,12 @@
 // The live view: one WebSocket to the server that serves this page. The
 // server pushes the state and the journal as they change; the controls send
 // commands back, which the server carries out as `tarn.sim` would.
-import { drawState, drawJournal } from './sections.js';
+import { drawState, drawJournal, drawLog } from './sections.js';
 
 const kept = 2000;
 let state = null;
 let journal = [];
+let log = [];
 let skipped = 0;
 let nextId = 1;
 const waiting = new Map();
@@ -33,6 +34,11 @@ socket.addEventListener('message', (event) => {
     }
     skipped = message.skipped;
     drawJournal(journal, skipped);
+    if (message.log.length) {
+      log = log.concat(message.log);
+      if (log.length > kept) log = log.slice(log.length - kept);
+      drawLog(log);
+    }
   } else if (message.type === 'reply') {
     const done = waiting.get(message.id);
     waiting.delete(message.id);
@@ -117,3 +123,4 @@ function enableControls(hello) {
 for (const id of ['journal-library', 'journal-operation']) {
   document.getElementById(id).addEventListener('input', () => drawJournal(journal, skipped));
 }
+document.getElementById('log-level').addEventListener('change', () => drawLog(log));
