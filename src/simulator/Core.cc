@@ -525,9 +525,8 @@ std::vector<JournalEntry> Simulator::journal() {
 bool Simulator::journal(const std::string& filter, std::vector<JournalEntry>* entries,
                         std::string* error) {
   entries->clear();
-  if (!filter.empty() && !isJournalName(filter, error)) return false;
   // A short name stands for its one operation; other names are matched as
-  // the entries spell them (fired events, notifications).
+  // the entries spell them (fired events, notifications, reports).
   const std::vector<const detail::OperationInfo*> named = detail::operationsNamed(filter);
   const std::string full =
       named.size() == 1 ? std::string(named[0]->library) + "." + named[0]->operation : "";
@@ -538,7 +537,9 @@ bool Simulator::journal(const std::string& filter, std::vector<JournalEntry>* en
       entries->push_back(std::move(e));
     }
   }
-  return true;
+  // A name that no operation has, rather than an operation not called yet:
+  // a silent [] would read as "not called".
+  return !entries->empty() || filter.empty() || isJournalName(filter, error);
 }
 
 Json::Value Simulator::journalJson() {

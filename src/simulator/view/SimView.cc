@@ -112,8 +112,10 @@ void SimView::Flush() {
   lastFlush_ = now;
   // Changes from here on ask for another flush.
   flushDue_.store(false);
-  Snapshot();
   TakeLogLines();
+  // With no page open nothing is read: a page that opens reads it all.
+  if (pages_.empty()) return;
+  Snapshot();
   for (auto& [session, page] : pages_) {
     if (server_.Queued(session) > 0) {
       page.waiting = true;
