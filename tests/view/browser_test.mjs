@@ -113,6 +113,7 @@ try {
   await page.getByLabel('Log level').selectOption('0');
   const errors = await page.locator('#log-rows tr').count();
   check(traced > 0 && errors < traced, `log lines by level: ${traced} at trace, ${errors} at error`);
+  await page.getByLabel('Log level').selectOption('2');
 
   mkdirSync(artefacts, { recursive: true });
   await page.screenshot({ path: join(artefacts, 'sim-view.png'), fullPage: true });
