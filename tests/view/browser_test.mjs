@@ -57,6 +57,8 @@ try {
 
   // Landmarks, names and the keyboard.
   for (const name of sections) check(await region(name).count() === 1, `landmark "${name}"`);
+  await region('Audio and video').getByText('wm.policy.win.brightness=1').waitFor();
+  check(true, 'the stage hint the script set shows in Audio and video');
   await accessibility(page);
 
   // The remote: power key, then standby and a wake-up the script hears.

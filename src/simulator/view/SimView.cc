@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "EngineServices.h"
 #include "tvsim/Simulator.h"
 
 namespace tvsim {
@@ -126,7 +127,8 @@ void SimView::Flush() {
 }
 
 void SimView::Tick() {
-  if (TakeLogLines() && !flushDue_.exchange(true)) Flush();
+  // Log lines and stage hints come with no change to announce them.
+  if ((TakeLogLines() || !pages_.empty()) && !flushDue_.exchange(true)) Flush();
   server_.PostAfter(kTick, [this] { Tick(); });
 }
 
@@ -148,10 +150,21 @@ bool SimView::TakeLogLines() {
 
 void SimView::Snapshot() {
   std::string state = Compact(Simulator::state());
-  std::string subscriptions = Compact(Simulator::subscriptions());
-  if (state != stateText_ || subscriptions != subscriptionsText_) {
+  // What the engine host keeps that the simulator does not: the power
+  // subscriptions are the simulator's, the stage hints the host's.
+  Json::Value host(Json::objectValue);
+  host["subscriptions"] = Simulator::subscriptions();
+  host["stageHints"] = Json::Value(Json::arrayValue);
+  for (const auto& [hint, value] : tarn::host::StageHints()) {
+    Json::Value pair(Json::arrayValue);
+    pair.append(hint);
+    pair.append(value);
+    host["stageHints"].append(pair);
+  }
+  std::string hostText = Compact(host);
+  if (state != stateText_ || hostText != hostText_) {
     stateText_ = std::move(state);
-    subscriptionsText_ = std::move(subscriptions);
+    hostText_ = std::move(hostText);
     ++stateVersion_;
   }
 }
@@ -168,7 +181,7 @@ void SimView::Update(int session, Page& page) {
   std::string message = "{\"type\":\"update\",\"version\":" + std::to_string(stateVersion_);
   if (stateChanged) {
     page.stateVersion = stateVersion_;
-    message += ",\"state\":" + stateText_ + ",\"subscriptions\":" + subscriptionsText_;
+    message += ",\"state\":" + stateText_ + ",\"host\":" + hostText_;
   }
   Json::Value journal(Json::arrayValue);
   for (const auto& e : entries) journal.append(e.toJson());

@@ -56,7 +56,8 @@ class SimView : public tarn::web::WebServer::Handler {
 
   static void OnChange();
   void Flush();
-  // Reads the state and the subscriptions; a new version when they changed.
+  // Reads the state, the subscriptions and the stage hints; a new version
+  // when they changed.
   void Snapshot();
   // Moves the log lines written since into the kept ones; true if any.
   bool TakeLogLines();
@@ -69,7 +70,7 @@ class SimView : public tarn::web::WebServer::Handler {
   bool readOnly_;
   std::map<int, Page> pages_;
   std::string stateText_;
-  std::string subscriptionsText_;
+  std::string hostText_;
   uint64_t stateVersion_ = 0;
   std::chrono::steady_clock::time_point lastFlush_{};
   std::atomic<bool> flushDue_{false};

@@ -93,9 +93,9 @@ function drawScreen(state, version) {
   captions.replaceChildren(top, middle, bottom);
 }
 
-function drawPower(state, subscriptions) {
+function drawPower(state, host) {
   const p = state.power;
-  const subs = subscriptions || {};
+  const subs = host.subscriptions || {};
   fill('power', list([
     ['State', `${powerStates[p.state] || 'unknown'} (${p.state})`],
     ['Screen on', yesNo(p.screenOn)],
@@ -122,12 +122,14 @@ function drawSources(state) {
       (state.externalBox.activities || []).map((a) => [a.mode, a.source, a.name])));
 }
 
-function drawAudioVideo(state) {
+function drawAudioVideo(state, host) {
+  const hints = host.stageHints || [];
   fill('audio-video', list([
     ['Audio muted', yesNo(state.av.audioMute)],
     ['Video muted', yesNo(state.av.videoMute)],
     ['Screen saver', state.screenSaver.active ? `active (${state.screenSaver.type || 'default'})` : 'inactive'],
     ['Welcome mode', state.av.welcomeMode],
+    ['Stage hints', hints.map(([hint, value]) => `${hint}=${value}`).join(', ') || 'none'],
   ]));
   document.getElementById('mute-audio').setAttribute('aria-pressed', String(!!state.av.audioMute));
   document.getElementById('mute-video').setAttribute('aria-pressed', String(!!state.av.videoMute));
@@ -165,11 +167,11 @@ function drawClock(state) {
   ]));
 }
 
-export function drawState(state, subscriptions, version) {
+export function drawState(state, host, version) {
   drawScreen(state, version);
-  drawPower(state, subscriptions);
+  drawPower(state, host);
   drawSources(state);
-  drawAudioVideo(state);
+  drawAudioVideo(state, host);
   drawApps(state);
   drawBluetooth(state);
   drawClock(state);

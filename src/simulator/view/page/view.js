@@ -25,7 +25,7 @@ socket.addEventListener('message', (event) => {
   } else if (message.type === 'update') {
     if (message.state) {
       state = message.state;
-      drawState(state, message.subscriptions, message.version);
+      drawState(state, message.host, message.version);
       document.body.dataset.version = String(message.version);
     }
     if (message.journal.length) {
