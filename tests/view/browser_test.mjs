@@ -1,22 +1,23 @@
 // The simulated TV's view in a real browser (Debian's chromium, headless):
 // a script listens for wake-up while the page steers the set; the page's
 // landmarks and controls are checked for names and keyboard reach.
-//   node browser_test.mjs TARN_RUN SCRIPT PLAYWRIGHT_DIR ARTEFACT_DIR [--arm]
-// Exits 77 (skipped) with the reason when no browser can run here.
+//   node browser_test.mjs TARN_RUN SCRIPT PLAYWRIGHT_DIR ARTEFACT_DIR
+// Exits 77 (skipped) with the reason when no browser can run here. A cross
+// build's tarn-run runs under its emulator (TARN_EMULATOR); the browser is
+// this machine's.
 import { createRequire } from 'node:module';
 import { existsSync, mkdtempSync, mkdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { startView, waitFor, stop } from './run_view.mjs';
 
-const [tarnRun, script, playwrightDir, artefacts, arm] = process.argv.slice(2);
+const [tarnRun, script, playwrightDir, artefacts] = process.argv.slice(2);
 const chromiumPath = '/usr/bin/chromium';
 
 function skip(reason) {
   console.log(`SKIPPED: ${reason}`);
   process.exit(77);
 }
-if (arm === '--arm') skip('the ARM job runs tarn-run under qemu; the browser test runs in the native jobs');
 if (!existsSync(chromiumPath)) skip(`no ${chromiumPath} (scripts/setup.sh installs Debian's chromium)`);
 let chromium;
 try {

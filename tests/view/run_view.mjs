@@ -3,7 +3,10 @@
 import { spawn } from 'node:child_process';
 
 export function startView(tarnRun, args) {
-  const child = spawn(tarnRun, args, { stdio: ['ignore', 'pipe', 'pipe'] });
+  // A cross build's programs run under its emulator (TARN_EMULATOR).
+  const emulator = (process.env.TARN_EMULATOR || '').split(' ').filter((w) => w);
+  const command = emulator.concat([tarnRun], args);
+  const child = spawn(command[0], command.slice(1), { stdio: ['ignore', 'pipe', 'pipe'] });
   const run = { child, stdout: '', stderr: '', exited: null };
   child.stdout.on('data', (d) => { run.stdout += d; });
   child.stderr.on('data', (d) => { run.stderr += d; });
