@@ -63,9 +63,24 @@ console.log('capture:', JSON.stringify(shot), '-> on this PC:',
 const bonded = tarn.sim.get('bluetooth.devices').length;
 let devices = 0;
 let wokeUp = false;
+// With the live view (./scripts/demo.sh --view) the demo stays and answers
+// the remote: each press of the power key in the page turns the set to
+// standby or back on, as a home screen would.
+const viewing = tarn.args.includes('--view');
 const endWhenDone = () => {
-  if (wokeUp && devices === bonded) tarn.exit(0);
+  if (wokeUp && devices === bonded && !viewing) tarn.exit(0);
 };
+if (viewing) {
+  let presses = q.getPowerKeyPressCount(1);
+  setInterval(() => {
+    const now = q.getPowerKeyPressCount(1);
+    if (now === presses) return;
+    presses = now;
+    const on = q.checkPowerState() === 0;
+    console.log(`power key pressed (${now} so far): the set goes ${on ? 'to standby' : 'back on'}`,
+                '->', on ? q.powerStanby() : q.powerNormal());
+  }, 200);
+}
 q.initializeBlueTooth();
 q.getBlueToothDevice((device) => {
   console.log('bluetooth device:', device.remoteName, device.isConnected ? '(connected)' : '');
@@ -75,6 +90,7 @@ q.getBlueToothDevice((device) => {
 q.registerWakeUp();
 tarn.on('interrupt', (code) => {
   console.log('interrupt event 0x' + code.toString(16).toUpperCase(), '(early wake-up)');
+  if (wokeUp) return;
   // The set is now in standby: the simulator kept what the bridge asked.
   console.log('powerStanby() ->', q.powerStanby(), '| simulated power state:',
               tarn.sim.get('power.state'));

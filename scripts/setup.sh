@@ -21,6 +21,8 @@ packages=(
   libedit-dev
   # a private message bus and its tools for the D-Bus tests
   dbus libglib2.0-bin
+  # a real browser for the simulated TV view's test (tests/view), driven headless
+  chromium
   # what libnode108 itself links against, for the unpacked copy
   libbrotli1 libc-ares2 libicu72 libnghttp2-14 libssl3 libuv1 zlib1g libssl-dev libuv1-dev
 )
@@ -36,8 +38,25 @@ for p in "${packages[@]}"; do
 done
 if [ ${#missing[@]} -gt 0 ]; then
   echo "setup: installing ${missing[*]}"
-  "${sudo_cmd[@]}" apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq "${missing[@]}" >/dev/null
+  "${sudo_cmd[@]}" apt-get -o DPkg::Lock::Timeout=600 update -qq
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get -o DPkg::Lock::Timeout=600 install \
+    -y -qq "${missing[@]}" >/dev/null
+fi
+
+# The browser test's driver, pinned, in the git-ignored .cache/ folder: no
+# browser is downloaded with it (it drives Debian's chromium).
+playwright_version=1.65.1
+playwright_dir="$root/.cache/view-test"
+if [ "$(cat "$playwright_dir/node_modules/playwright-core/package.json" 2>/dev/null |
+      sed -n 's/^ *"version": "\(.*\)",$/\1/p')" != "$playwright_version" ]; then
+  if command -v npm >/dev/null; then
+    mkdir -p "$playwright_dir"
+    PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm install --prefix "$playwright_dir" --no-save \
+      --no-audit --no-fund --silent "playwright-core@$playwright_version"
+    echo "setup: playwright-core $playwright_version installed in .cache/view-test"
+  else
+    echo "setup: npm is missing; the browser test of the simulated TV view will be skipped"
+  fi
 fi
 
 # TypeScript, for the suite's checks of the script API's declarations

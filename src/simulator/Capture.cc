@@ -12,6 +12,7 @@
 #include <csetjmp>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -184,6 +185,24 @@ bool writeJpeg(FILE* file, const std::vector<unsigned char>& rgb, int width, int
   return true;
 }
 
+// What the state shows, with the mutex held; false in standby or off, when
+// there is nothing to capture (the scene is then black).
+bool sceneOf(const Json::Value& s, Scene* scene) {
+  const int power = s["power"]["state"].asInt();
+  if (power == TvPowerClient::POWER_STATE_STANDBY || power == TvPowerClient::POWER_STATE_OFF) {
+    scene->pictureOn = false;
+    return false;
+  }
+  scene->pictureOn = power == TvPowerClient::POWER_STATE_NORMAL && s["power"]["screenOn"].asBool();
+  scene->videoMuted = s["av"]["videoMute"].asBool();
+  scene->mainSource = s["tv"]["currentSource"].asInt();
+  scene->hasSub = !s["tv"]["subSource"].isNull();
+  scene->subSource = s["tv"]["subSource"].asInt();
+  for (const auto& app : s["launcher"]["apps"]) scene->launcher.push_back(app.asString());
+  scene->saver = s["screenSaver"]["active"].asBool();
+  return true;
+}
+
 Json::Value describe(const CaptureRequest* r) {
   if (!r) return args(Json::Value());
   Json::Value v(Json::objectValue);
@@ -220,17 +239,7 @@ int RequestCaptureToFileSync(CaptureRequest* request) {
     Core& core = Core::instance();
     std::lock_guard<std::mutex> lock(core.mutex);
     const Json::Value& s = core.state;
-    const int power = s["power"]["state"].asInt();
-    if (power == TvPowerClient::POWER_STATE_STANDBY || power == TvPowerClient::POWER_STATE_OFF) {
-      return call.finish(static_cast<int>(CAPTURE_ERROR_NOT_AVAILABLE));
-    }
-    scene.pictureOn = power == TvPowerClient::POWER_STATE_NORMAL && s["power"]["screenOn"].asBool();
-    scene.videoMuted = s["av"]["videoMute"].asBool();
-    scene.mainSource = s["tv"]["currentSource"].asInt();
-    scene.hasSub = !s["tv"]["subSource"].isNull();
-    scene.subSource = s["tv"]["subSource"].asInt();
-    for (const auto& app : s["launcher"]["apps"]) scene.launcher.push_back(app.asString());
-    scene.saver = s["screenSaver"]["active"].asBool();
+    if (!sceneOf(s, &scene)) return call.finish(static_cast<int>(CAPTURE_ERROR_NOT_AVAILABLE));
     panelWidth = s["display"]["width"].asInt();
     panelHeight = s["display"]["height"].asInt();
   }
@@ -283,3 +292,25 @@ int RequestCaptureToFileSync(CaptureRequest* request) {
 }
 
 }  // namespace DisplayCaptureClient
+
+std::string tvsim::Simulator::screenPng(int width, int height) {
+  using namespace DisplayCaptureClient;
+  width = std::clamp(width, 1, 1920);
+  height = std::clamp(height, 1, 1080);
+  Scene scene;
+  {
+    Core& core = Core::instance();
+    std::lock_guard<std::mutex> lock(core.mutex);
+    sceneOf(core.state, &scene);
+  }
+  const std::vector<unsigned char> rgb = render(scene, CAPTURE_MODE_SCREEN, width, height);
+  char* bytes = nullptr;
+  size_t size = 0;
+  FILE* memory = open_memstream(&bytes, &size);
+  if (!memory) return std::string();
+  const bool written = writePng(memory, rgb, width, height);
+  std::fclose(memory);
+  std::string png = written && bytes ? std::string(bytes, size) : std::string();
+  std::free(bytes);
+  return png;
+}

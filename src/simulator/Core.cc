@@ -283,10 +283,13 @@ void Core::changePowerStateLocked(int newState) {
 }
 
 void Core::appendJournal(JournalEntry entry) {
-  std::lock_guard<std::mutex> lock(journalMutex);
-  entry.seq = nextSeq++;
-  journal.push_back(std::move(entry));
-  while (journal.size() > kJournalCapacity) journal.pop_front();
+  {
+    std::lock_guard<std::mutex> lock(journalMutex);
+    entry.seq = nextSeq++;
+    journal.push_back(std::move(entry));
+    while (journal.size() > kJournalCapacity) journal.pop_front();
+  }
+  announceChange();
 }
 
 void Core::shutdown() {
@@ -409,6 +412,11 @@ std::vector<std::string> forceableNames() {
   std::vector<std::string> names;
   for (const auto& op : detail::operationTable()) names.push_back(op.operation);
   for (const auto& op : detail::operationTable()) {
+    if (detail::shortOperationName(op.operation) != op.operation) {
+      names.push_back(detail::shortOperationName(op.operation));
+    }
+  }
+  for (const auto& op : detail::operationTable()) {
     names.push_back(std::string(op.library) + "." + op.operation);
   }
   return names;
@@ -416,18 +424,16 @@ std::vector<std::string> forceableNames() {
 
 // Every name a journal entry can be looked up by, operations first.
 std::vector<std::string> journalNames() {
-  std::vector<std::string> names;
-  for (const auto& op : detail::operationTable()) names.push_back(op.operation);
-  for (const auto& op : detail::operationTable()) {
-    names.push_back(std::string(op.library) + "." + op.operation);
-    names.push_back(op.library);
-  }
+  std::vector<std::string> names = forceableNames();
+  for (const auto& op : detail::operationTable()) names.push_back(op.library);
   for (const char* event : {"wakeup", "powerOff", "powerState", "powerKey", "btConnection",
                             "btBonded", "sourceStatus"}) {
     names.push_back(std::string("fire.") + event);
     names.push_back(std::string("tvsim.fire.") + event);
   }
   names.push_back("tvsim");
+  names.push_back("view");
+  names.push_back("engine");
   return names;
 }
 
@@ -435,7 +441,11 @@ std::vector<std::string> journalNames() {
 
 bool Simulator::isJournalName(const std::string& name, std::string* error) {
   const std::vector<std::string> names = journalNames();
-  if (std::find(names.begin(), names.end(), name) != names.end()) return true;
+  if (std::find(names.begin(), names.end(), name) != names.end()) {
+    if (detail::operationsNamed(name).size() <= 1) return true;
+    if (error) *error = "journal: ambiguous operation '" + name + "': name its library";
+    return false;
+  }
   if (error) {
     std::string known;
     for (const auto& op : detail::operationTable()) {
@@ -449,28 +459,16 @@ bool Simulator::isJournalName(const std::string& name, std::string* error) {
 
 bool Simulator::forceResult(const std::string& operation, const Json::Value& value,
                             std::string* error) {
-  const detail::OperationInfo* found = nullptr;
-  int matches = 0;
-  for (const auto& op : detail::operationTable()) {
-    const std::string full = std::string(op.library) + "." + op.operation;
-    if (full == operation) {
-      found = &op;
-      matches = 1;
-      break;
-    }
-    if (operation == op.operation) {
-      found = &op;
-      ++matches;
-    }
-  }
-  if (!found || matches != 1) {
+  const std::vector<const detail::OperationInfo*> named = detail::operationsNamed(operation);
+  if (named.size() != 1) {
     if (error) {
-      *error = matches > 1 ? "ambiguous operation '" + operation + "': name its library"
-                           : "unknown operation '" + operation + "'" +
-                                 detail::didYouMean(operation, forceableNames());
+      *error = named.size() > 1 ? "ambiguous operation '" + operation + "': name its library"
+                                : "unknown operation '" + operation + "'" +
+                                      detail::didYouMean(operation, forceableNames());
     }
     return false;
   }
+  const detail::OperationInfo* found = named.front();
   using K = detail::ResultKind;
   bool ok = false;
   const char* expected = "";
@@ -524,6 +522,26 @@ std::vector<JournalEntry> Simulator::journal() {
   return std::vector<JournalEntry>(core.journal.begin(), core.journal.end());
 }
 
+bool Simulator::journal(const std::string& filter, std::vector<JournalEntry>* entries,
+                        std::string* error) {
+  entries->clear();
+  // A short name stands for its one operation; other names are matched as
+  // the entries spell them (fired events, notifications, reports).
+  const std::vector<const detail::OperationInfo*> named = detail::operationsNamed(filter);
+  const std::string full =
+      named.size() == 1 ? std::string(named[0]->library) + "." + named[0]->operation : "";
+  for (auto& e : journal()) {
+    const std::string qualified = e.library + "." + e.operation;
+    if (filter.empty() || filter == e.operation || filter == qualified || filter == e.library ||
+        qualified == full) {
+      entries->push_back(std::move(e));
+    }
+  }
+  // A name that no operation has, rather than an operation not called yet:
+  // a silent [] would read as "not called".
+  return !entries->empty() || filter.empty() || isJournalName(filter, error);
+}
+
 Json::Value Simulator::journalJson() {
   Json::Value list(Json::arrayValue);
   for (const auto& e : journal()) list.append(e.toJson());
@@ -532,8 +550,11 @@ Json::Value Simulator::journalJson() {
 
 void Simulator::clearJournal() {
   Core& core = Core::instance();
-  std::lock_guard<std::mutex> lock(core.journalMutex);
-  core.journal.clear();
+  {
+    std::lock_guard<std::mutex> lock(core.journalMutex);
+    core.journal.clear();
+  }
+  detail::announceChange();
 }
 
 bool Simulator::writeJournal(const std::string& path, std::string* error) {

@@ -41,6 +41,12 @@ struct OperationInfo {
   ResultKind kind;
 };
 const std::vector<OperationInfo>& operationTable();
+// An interface's operation ("AvControl.setAudioMute") by its own name alone
+// ("setAudioMute"); any other operation as it is.
+std::string shortOperationName(const char* operation);
+// The operations a name can mean: the one "Library.operation" names, else
+// each whose operation or short name it is (more than one: ambiguous).
+std::vector<const OperationInfo*> operationsNamed(const std::string& name);
 
 // Delivers notifications on one thread of its own, in the order posted.
 class Notifier {
@@ -117,6 +123,10 @@ class Core {
  private:
   Core();
 };
+
+// Tells the change listener (Simulator::setChangeListener), if any. Any
+// thread, any lock held.
+void announceChange();
 
 // Journals one platform call. Build it first, return through finish().
 class Call {

@@ -3,6 +3,7 @@
 // be what was meant.
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,22 @@ std::string nearestName(const std::string& word, const std::vector<std::string>&
 std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
   const std::string nearest = nearestName(word, names);
   return nearest.empty() ? std::string() : " (did you mean \"" + nearest + "\"?)";
+}
+
+std::string shortOperationName(const char* operation) {
+  const char* dot = std::strrchr(operation, '.');
+  return dot ? dot + 1 : operation;
+}
+
+std::vector<const OperationInfo*> operationsNamed(const std::string& name) {
+  std::vector<const OperationInfo*> found;
+  for (const auto& op : operationTable()) {
+    if (name == std::string(op.library) + "." + op.operation) return {&op};
+  }
+  for (const auto& op : operationTable()) {
+    if (name == op.operation || name == shortOperationName(op.operation)) found.push_back(&op);
+  }
+  return found;
 }
 
 }  // namespace detail

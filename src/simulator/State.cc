@@ -46,6 +46,7 @@ void Simulator::reset() {
   std::lock_guard<std::mutex> lock(core.mutex);
   core.state = std::move(fresh);
   core.markAllSectionsDirty();
+  detail::announceChange();
 }
 
 bool Simulator::loadStateText(const std::string& text, const std::string& origin,
@@ -109,6 +110,7 @@ bool Simulator::loadStateText(const std::string& text, const std::string& origin
   std::lock_guard<std::mutex> lock(core.mutex);
   core.state = std::move(merged);
   core.markAllSectionsDirty();
+  detail::announceChange();
   return true;
 }
 
@@ -190,6 +192,7 @@ bool Simulator::set(const std::string& path, const Json::Value& value, std::stri
   detail::markDirty(core, segments.empty() ? std::string() : segments[0].key);
   // Files follow the state at once once the root exists.
   if (!core.root.empty()) core.ensureRootLocked();
+  detail::announceChange();
   return true;
 }
 
@@ -233,6 +236,7 @@ bool Simulator::remove(const std::string& path, std::string* error) {
   core.state = std::move(copy);
   detail::markDirty(core, segments[0].key);
   if (!core.root.empty()) core.ensureRootLocked();
+  detail::announceChange();
   return true;
 }
 

@@ -13,7 +13,8 @@ rm -f "$prefix.log"
 fail=0
 for f in bin/tarn-run lib/libtarnhost.so lib/libtarnrepl.so lib/libtarndebugger.so lib/libtvsim.so \
          lib/libqdutil.so share/doc/qdutil/host.md share/doc/qdutil/api.md \
-         share/qdutil/types/qdutil.d.ts share/doc/qdutil/examples/demo.js; do
+         share/qdutil/types/qdutil.d.ts share/doc/qdutil/examples/demo.js lib/libtarnsimview.so share/tarn/sim-view/index.html \
+         share/tarn/sim-view/view.js share/tarn/sim-view/sections.js share/tarn/sim-view/view.css; do
   [ -e "$prefix/$f" ] || { echo "not installed: $f"; fail=1; }
 done
 for f in "$prefix"/bin/* "$prefix"/lib/*; do
@@ -26,6 +27,15 @@ out=$(cd / && TARN_LOG_LEVEL=error ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$prefix/b
 status=$?
 if [ "$status" != 0 ]; then
   echo "installed tarn-run ended with $status:"
+  echo "$out" | tail -20
+  fail=1
+fi
+# The installed tarn-run finds the simulated TV's view too.
+out=$(cd / && TARN_LOG_LEVEL=error ${TARN_EMULATOR:+"$TARN_EMULATOR"} "$prefix/bin/tarn-run" \
+  --sim-view=127.0.0.1:0 -e 'tarn.exit(5)' 2>&1)
+status=$?
+if [ "$status" != 5 ] || ! echo "$out" | grep -q "^Simulated TV view on http://127.0.0.1:"; then
+  echo "installed tarn-run --sim-view ended with $status:"
   echo "$out" | tail -20
   fail=1
 fi

@@ -11,6 +11,7 @@
 
 #include "SimulatorExtension.h"
 #include "SimulatorFixture.h"
+#include "TvServiceGateway.h"
 
 namespace fs = std::filesystem;
 
@@ -157,6 +158,28 @@ TEST_F(ExtensionTest, ScriptsForceResultsFireEventsAndReadTheJournal) {
   EXPECT_EQ("true", script("tarn.sim.clearJournal(); return tarn.sim.journal().length === 0;"));
   EXPECT_EQ("true",
             script("return tarn.sim.root().length > 0 && tarn.sim.waitForNotifications(5000);"));
+}
+
+// An interface's operation answers to its own name alone when no other
+// operation has it, in the journal and in forced results alike.
+TEST_F(ExtensionTest, UniqueShortOperationNamesWorkEverywhere) {
+  TvServiceGateway::AvControl* av = nullptr;
+  ASSERT_EQ(0, TvServiceGateway::createAvControl(1, 0, &av));
+  EXPECT_EQ("true", script("tarn.sim.clearJournal(); return tarn.sim.forceResult("
+                           "'getCurrentServiceInfo', -5);"));
+  EXPECT_EQ("true", script("return tarn.sim.forceResult('setAudioMute', 9);"));
+  EXPECT_EQ(9, av->setAudioMute(true));
+  EXPECT_EQ(1, av->setAudioMute(true));
+  EXPECT_EQ("[2,2,0,\"AvControl.setAudioMute\",true]",
+            script("const j = tarn.sim.journal('setAudioMute'); "
+                   "return [j.length, tarn.sim.journal('AvControl.setAudioMute').length, "
+                   "tarn.sim.journal('setVideoMute').length, j[0].operation, j[0].forced];"));
+  EXPECT_EQ("Error: unknown operation 'setAudioMut' (did you mean \"setAudioMute\"?)",
+            script("return tarn.sim.forceResult('setAudioMut', 1);"));
+  const std::string typo = script("return tarn.sim.journal('getCurrentServiceInf');");
+  EXPECT_EQ(0u, typo.find("Error: journal: unknown operation 'getCurrentServiceInf' (did you "
+                          "mean \"getCurrentServiceInfo\"?)"))
+      << typo;
 }
 
 // A mistyped name is an error that names the nearest known one, never a

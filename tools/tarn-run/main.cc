@@ -17,6 +17,7 @@
 #include "TypesSource.h"
 #include "debugger.h"
 #include "extensions.h"
+#include "simview.h"
 #include "tarn/host/Host.h"
 
 #ifndef TARN_VERSION
@@ -74,6 +75,10 @@ std::unique_ptr<tarn::host::Extension> LoadRepl(std::string* error) {
   }
   return std::unique_ptr<tarn::host::Extension>(factory());
 }
+
+// The view's options are taken out of the command line before it is parsed
+// (takeSimViewOptions); these entries only describe them in --help.
+gboolean describedElsewhere(const gchar*, const gchar*, gpointer, GError**) { return TRUE; }
 
 // From a number 0..4 or a level name; -1 when neither.
 int ParseLevel(const char* text) {
@@ -139,6 +144,14 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
        reinterpret_cast<gpointer>(inspectOption),
        "As --inspect, and wait for the debugger, stopped at the script's first line",
        "[HOST:]PORT"},
+      {"sim-view", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(describedElsewhere),
+       "Serve a live view of the simulated TV on HOST:PORT (default 127.0.0.1:9300); the run "
+       "stays up for it until Ctrl+C",
+       "[HOST:]PORT"},
+      {"sim-view-readonly", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(describedElsewhere), "As --sim-view, with no controls",
+       "[HOST:]PORT"},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &line->version, "Print the version and exit", nullptr},
       {"types", 0, 0, G_OPTION_ARG_NONE, &line->types,
        "Print the TypeScript declarations of the script API (qdutil.d.ts) and exit", nullptr},
@@ -157,6 +170,7 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
   }
   // Options end at the script name; what follows belongs to the script.
   g_option_context_set_strict_posix(options, TRUE);
+  takeSimViewOptions(argc, *argv);
   GError* error = nullptr;
   bool parsed = g_option_context_parse(options, argc, argv, &error);
   if (!parsed) {
@@ -310,6 +324,11 @@ int main(int argc, char* argv[]) {
                                                     : hostOptions.scriptPath,
                     &status);
   if (status != 0) return status;
+  if (std::unique_ptr<tarn::host::Extension> view = startSimView(&status)) {
+    extensions.push_back(std::move(view));
+  } else if (status != 0) {
+    return status;
+  }
   if (!StartExtensions(&extensions, interactive)) return 2;
 
   tarn::host::Host host(hostOptions);

@@ -85,6 +85,8 @@ class Runtime : public TarnFullProcessRuntime, public Bridge::ScriptEngine {
   // Quits the loop when nothing is pending.
   void MaybeQuit();
   bool HasPendingWork();
+  // Whether anything but the caller's own `own` holds is pending.
+  bool PendingBeyond(int own) { return holds_.load() > own || handoff_.Pending() > 0; }
 
   // Reports an uncaught script error and ends the run with status 1.
   void ReportUncaught(v8::TryCatch& tryCatch);

@@ -6,8 +6,8 @@
 
 #include <string>
 
-#include "engine/ScriptText.h"
 #include "console/ApiHelp.h"
+#include "engine/ScriptText.h"
 
 namespace tarn {
 namespace inspector {

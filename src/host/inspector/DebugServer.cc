@@ -1,67 +1,23 @@
-// One io_context on one thread: every handler runs there, so the sessions'
-// map and write queues need no lock. Other threads only post to it.
+// The debugger's side of the shared server: discovery answers and sessions
+// on /<target id>; the connections themselves are the shared server's.
 #include "inspector/DebugServer.h"
 
 #include <json/json.h>
-#include <pthread.h>
-#include <signal.h>
-#include <strings.h>
 
-#include <boost/asio.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-#include <boost/beast/websocket.hpp>
-#include <chrono>
-#include <cstdio>
-#include <deque>
-#include <map>
-#include <optional>
-#include <thread>
 #include <utility>
+
+#include "WebServer.h"
 
 namespace tarn {
 namespace inspector {
 
-namespace asio = boost::asio;
-namespace beast = boost::beast;
-namespace http = beast::http;
-namespace websocket = beast::websocket;
-using tcp = asio::ip::tcp;
+namespace http = boost::beast::http;
 
 namespace {
 
 // A protocol message (a script source set by the client, say) is small next
 // to this; beyond it the session is dropped rather than the memory taken.
 constexpr size_t kMaxMessageBytes = 64u << 20;
-// Discovery requests are headers only.
-constexpr size_t kMaxRequestHeaderBytes = 16u << 10;
-constexpr size_t kMaxRequestBodyBytes = 64u << 10;
-// An HTTP connection that sends nothing for this long is closed.
-constexpr std::chrono::seconds kHttpIdle{60};
-
-class WebSocketSession;
-
-std::string Describe(const boost::system::error_code& error) {
-  // The words node prints for the same failures.
-  if (error == boost::system::errc::address_in_use) return "address already in use";
-  if (error == boost::system::errc::address_not_available) return "address not available";
-  if (error == boost::system::errc::permission_denied) return "permission denied";
-  return error.message();
-}
-
-bool AllDigits(const std::string& text) {
-  if (text.empty()) return false;
-  for (char c : text) {
-    if (c < '0' || c > '9') return false;
-  }
-  return true;
-}
-
-std::string FormatHostPort(const asio::ip::address& address, uint16_t port) {
-  std::string host = address.to_string();
-  if (address.is_v6()) host = "[" + host + "]";
-  return host + ":" + std::to_string(port);
-}
 
 std::string ToJson(const Json::Value& value) {
   Json::StreamWriterBuilder builder;
@@ -70,210 +26,42 @@ std::string ToJson(const Json::Value& value) {
   return Json::writeString(builder, value);
 }
 
-}  // namespace
-
-struct InspectorServer::Impl {
-  Impl(Target target, Delegate* delegate) : target(std::move(target)), delegate(delegate) {}
-
-  void Accept();
-  // The answer to a plain HTTP request; hostHeader is the request's Host.
-  http::response<http::string_body> Answer(const http::request<http::string_body>& request,
-                                           const std::string& host);
-
-  // Destroyed last: the sockets below and the handlers it holds belong to it.
-  asio::io_context ioc{1};
-  tcp::acceptor acceptor{ioc};
-  asio::executor_work_guard<asio::io_context::executor_type> work{ioc.get_executor()};
-  std::thread thread;
-  Target target;
-  Delegate* delegate;
-  uint16_t port = 0;
-  int nextSession = 1;
-  std::map<int, std::weak_ptr<WebSocketSession>> sessions;
-};
-
-namespace {
-
-class WebSocketSession : public std::enable_shared_from_this<WebSocketSession> {
- public:
-  WebSocketSession(InspectorServer::Impl* server, tcp::socket&& socket)
-      : server_(server), ws_(std::move(socket)) {}
-
-  void Accept(http::request<http::string_body> request) {
-    request_ = std::move(request);
-    beast::get_lowest_layer(ws_).expires_never();
-    ws_.set_option(websocket::stream_base::timeout::suggested(beast::role_type::server));
-    ws_.set_option(websocket::stream_base::decorator(
-        [](websocket::response_type& response) { response.set(http::field::server, "tarn-run"); }));
-    ws_.read_message_max(kMaxMessageBytes);
-    auto self = shared_from_this();
-    ws_.async_accept(request_, [self](beast::error_code error) { self->OnAccept(error); });
-  }
-
-  void Send(std::string message) {
-    if (!started_ || ended_) return;
-    outbox_.push_back(std::move(message));
-    if (outbox_.size() == 1) Write();
-  }
-
-  // The server stops: the connection goes without telling the delegate.
-  void Close() {
-    ended_ = true;
-    beast::error_code ignored;
-    beast::get_lowest_layer(ws_).socket().close(ignored);
-  }
-
- private:
-  void OnAccept(beast::error_code error) {
-    if (error) {
-      ended_ = true;
-      return;
-    }
-    id_ = server_->nextSession++;
-    server_->sessions[id_] = weak_from_this();
-    started_ = true;
-    server_->delegate->SessionStarted(id_);
-    Read();
-  }
-
-  void Read() {
-    auto self = shared_from_this();
-    ws_.async_read(buffer_, [self](beast::error_code error, size_t) { self->OnRead(error); });
-  }
-
-  void OnRead(beast::error_code error) {
-    if (error || ended_) {
-      End();
-      return;
-    }
-    std::string message = beast::buffers_to_string(buffer_.data());
-    buffer_.consume(buffer_.size());
-    server_->delegate->MessageReceived(id_, std::move(message));
-    Read();
-  }
-
-  void Write() {
-    ws_.text(true);
-    auto self = shared_from_this();
-    ws_.async_write(asio::buffer(outbox_.front()),
-                    [self](beast::error_code error, size_t) { self->OnWrite(error); });
-  }
-
-  void OnWrite(beast::error_code error) {
-    if (error) {
-      End();
-      return;
-    }
-    outbox_.pop_front();
-    if (!outbox_.empty() && !ended_) Write();
-  }
-
-  // The client went away or broke the protocol.
-  void End() {
-    if (ended_) return;
-    ended_ = true;
-    beast::error_code ignored;
-    beast::get_lowest_layer(ws_).socket().close(ignored);
-    server_->sessions.erase(id_);
-    server_->delegate->SessionEnded(id_);
-  }
-
-  InspectorServer::Impl* server_;
-  websocket::stream<beast::tcp_stream> ws_;
-  http::request<http::string_body> request_;
-  beast::flat_buffer buffer_;
-  // The front one is being written.
-  std::deque<std::string> outbox_;
-  int id_ = 0;
-  bool started_ = false;
-  bool ended_ = false;
-};
-
-class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
- public:
-  HttpConnection(InspectorServer::Impl* server, tcp::socket&& socket)
-      : server_(server), stream_(std::move(socket)) {}
-
-  void Read() {
-    parser_.emplace();
-    parser_->header_limit(kMaxRequestHeaderBytes);
-    parser_->body_limit(kMaxRequestBodyBytes);
-    stream_.expires_after(kHttpIdle);
-    auto self = shared_from_this();
-    http::async_read(stream_, buffer_, *parser_,
-                     [self](beast::error_code error, size_t) { self->OnRead(error); });
-  }
-
- private:
-  void OnRead(beast::error_code error) {
-    // The peer closed, stayed silent or sent something that is not HTTP.
-    if (error) {
-      Close();
-      return;
-    }
-    http::request<http::string_body> request = parser_->release();
-    std::string host(request[http::field::host]);
-    if (websocket::is_upgrade(request) &&
-        request.target() == beast::string_view("/" + server_->target.id) &&
-        InspectorServer::AllowedHost(host)) {
-      stream_.expires_never();
-      auto session = std::make_shared<WebSocketSession>(server_, stream_.release_socket());
-      session->Accept(std::move(request));
-      return;
-    }
-    if (host.empty() || !InspectorServer::AllowedHost(host)) {
-      beast::error_code ignored;
-      tcp::endpoint local = stream_.socket().local_endpoint(ignored);
-      host = FormatHostPort(local.address(), local.port());
-    }
-    auto response =
-        std::make_shared<http::response<http::string_body>>(server_->Answer(request, host));
-    auto self = shared_from_this();
-    http::async_write(stream_, *response, [self, response](beast::error_code error, size_t) {
-      if (error || !response->keep_alive()) {
-        self->Close();
-        return;
-      }
-      self->Read();
-    });
-  }
-
-  void Close() {
-    beast::error_code ignored;
-    stream_.socket().shutdown(tcp::socket::shutdown_both, ignored);
-    stream_.socket().close(ignored);
-  }
-
-  InspectorServer::Impl* server_;
-  beast::tcp_stream stream_;
-  beast::flat_buffer buffer_;
-  std::optional<http::request_parser<http::string_body>> parser_;
-};
-
-}  // namespace
-
-void InspectorServer::Impl::Accept() {
-  acceptor.async_accept([this](boost::system::error_code error, tcp::socket socket) {
-    if (error == asio::error::operation_aborted || !acceptor.is_open()) return;
-    if (!error) {
-      boost::system::error_code ignored;
-      socket.set_option(tcp::no_delay(true), ignored);
-      std::make_shared<HttpConnection>(this, std::move(socket))->Read();
-    }
-    Accept();
-  });
+web::Limits DebuggerLimits() {
+  web::Limits limits;
+  limits.maxMessageBytes = kMaxMessageBytes;
+  return limits;
 }
 
-http::response<http::string_body> InspectorServer::Impl::Answer(
-    const http::request<http::string_body>& request, const std::string& host) {
+}  // namespace
+
+struct InspectorServer::Impl : web::WebServer::Handler {
+  Impl(Target target, Delegate* delegate)
+      : target(std::move(target)), delegate(delegate), server(this, DebuggerLimits(), "debugger") {}
+
+  web::Response Answer(const web::Request& request, const std::string& host) override;
+  bool AcceptsSession(const web::Request& request) override {
+    return std::string(request.target()) == "/" + target.id;
+  }
+  void SessionStarted(int session, const web::Request&) override {
+    delegate->SessionStarted(session);
+  }
+  void MessageReceived(int session, std::string message) override {
+    delegate->MessageReceived(session, std::move(message));
+  }
+  void SessionEnded(int session) override { delegate->SessionEnded(session); }
+
+  Target target;
+  Delegate* delegate;
+  web::WebServer server;
+};
+
+web::Response InspectorServer::Impl::Answer(const web::Request& request, const std::string& host) {
   std::string path(request.target());
   size_t query = path.find('?');
   if (query != std::string::npos) path.resize(query);
   while (path.size() > 1 && path.back() == '/') path.pop_back();
 
-  http::response<http::string_body> response(http::status::ok, request.version());
-  response.set(http::field::server, "tarn-run");
-  response.keep_alive(request.keep_alive());
+  web::Response response(http::status::ok, request.version());
   if (!AllowedHost(std::string(request[http::field::host]))) {
     response.result(http::status::bad_request);
     response.set(http::field::content_type, "text/plain; charset=UTF-8");
@@ -309,7 +97,6 @@ http::response<http::string_body> InspectorServer::Impl::Answer(
     response.body() = "WebSockets request was expected\n";
   }
   response.set(http::field::cache_control, "no-cache");
-  response.prepare_payload();
   return response;
 }
 
@@ -319,102 +106,21 @@ InspectorServer::InspectorServer(Target target, Delegate* delegate)
 InspectorServer::~InspectorServer() { Stop(); }
 
 bool InspectorServer::Start(const std::string& address, uint16_t port, std::string* error) {
-  boost::system::error_code failure;
-  asio::ip::address ip = asio::ip::make_address(address, failure);
-  if (failure) {
-    *error = "not an IP address";
-    return false;
-  }
-  tcp::endpoint endpoint(ip, port);
-  tcp::acceptor& acceptor = impl_->acceptor;
-  // SO_REUSEADDR as libuv sets it: a port left in TIME_WAIT by a previous
-  // run can be taken again; one still listening cannot.
-  if (acceptor.open(endpoint.protocol(), failure) ||
-      acceptor.set_option(asio::socket_base::reuse_address(true), failure) ||
-      acceptor.bind(endpoint, failure) ||
-      acceptor.listen(asio::socket_base::max_listen_connections, failure)) {
-    *error = Describe(failure);
-    boost::system::error_code ignored;
-    acceptor.close(ignored);
-    return false;
-  }
-  impl_->port = acceptor.local_endpoint(failure).port();
-  impl_->Accept();
-  // The thread takes no signals: SIGINT and the like belong to the host's
-  // signal thread, which may not have blocked them yet.
-  sigset_t all, previous;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &previous);
-  Impl* impl = impl_.get();
-  impl_->thread = std::thread([impl] {
-    for (;;) {
-      try {
-        impl->ioc.run();
-        return;
-      } catch (const std::exception& e) {
-        std::fprintf(stderr, "tarn-run: debugger connection failed: %s\n", e.what());
-      }
-    }
-  });
-  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-  return true;
+  return impl_->server.Start(address, port, error);
 }
 
-uint16_t InspectorServer::Port() const { return impl_->port; }
+uint16_t InspectorServer::Port() const { return impl_->server.Port(); }
 
 void InspectorServer::Send(int session, std::string message) {
-  Impl* impl = impl_.get();
-  asio::post(impl->ioc, [impl, session, message = std::move(message)]() mutable {
-    auto found = impl->sessions.find(session);
-    if (found == impl->sessions.end()) return;
-    if (auto connection = found->second.lock()) connection->Send(std::move(message));
-  });
+  impl_->server.Send(session, std::move(message));
 }
 
-void InspectorServer::StopAccepting() {
-  Impl* impl = impl_.get();
-  asio::post(impl->ioc, [impl] {
-    boost::system::error_code ignored;
-    impl->acceptor.close(ignored);
-  });
-}
+void InspectorServer::StopAccepting() { impl_->server.StopAccepting(); }
 
-void InspectorServer::Stop() {
-  if (!impl_->thread.joinable()) return;
-  Impl* impl = impl_.get();
-  asio::post(impl->ioc, [impl] {
-    boost::system::error_code ignored;
-    impl->acceptor.close(ignored);
-    for (auto& entry : impl->sessions) {
-      if (auto connection = entry.second.lock()) connection->Close();
-    }
-    impl->sessions.clear();
-    impl->ioc.stop();
-  });
-  impl_->thread.join();
-}
+void InspectorServer::Stop() { impl_->server.Stop(); }
 
 bool InspectorServer::AllowedHost(const std::string& hostHeader) {
-  if (hostHeader.empty()) return true;
-  std::string host = hostHeader;
-  std::string port;
-  boost::system::error_code error;
-  if (host[0] == '[') {
-    size_t close = host.find(']');
-    if (close == std::string::npos) return false;
-    std::string rest = host.substr(close + 1);
-    if (!rest.empty() && (rest[0] != ':' || !AllDigits(rest.substr(1)))) return false;
-    asio::ip::make_address_v6(host.substr(1, close - 1), error);
-    return !error;
-  }
-  size_t colon = host.find(':');
-  if (colon != std::string::npos) {
-    if (!AllDigits(host.substr(colon + 1))) return false;
-    host.resize(colon);
-  }
-  if (strcasecmp(host.c_str(), "localhost") == 0) return true;
-  asio::ip::make_address_v4(host, error);
-  return !error;
+  return web::WebServer::AllowedHost(hostHeader);
 }
 
 }  // namespace inspector

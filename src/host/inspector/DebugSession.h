@@ -8,23 +8,20 @@
 #include <cstdint>
 #include <string>
 
+#include "WebServer.h"
 #include "tarn/host/Debugger.h"
 
 namespace tarn {
 namespace inspector {
 
 // Where the debugger listens, from the option's value.
-struct ListenAddress {
-  std::string bind;     // the IP address bound
-  std::string display;  // as printed in URLs: "127.0.0.1", "[::1]", "localhost"
-  uint16_t port = 9229;
-  bool loopback = true;
-};
+using web::ListenAddress;
 
-// Reads "[HOST:]PORT" (null: the default 127.0.0.1:9229). HOST is an IPv4
-// address, an IPv6 address in brackets, or localhost; PORT is 0 (any free
-// one) or 1024-65535. False with a one-line reason in *error.
-bool ParseListenAddress(const char* value, ListenAddress* address, std::string* error);
+// Reads "[HOST:]PORT" (null: the default 127.0.0.1:9229), as the shared
+// reader does.
+inline bool ParseListenAddress(const char* value, ListenAddress* address, std::string* error) {
+  return web::ParseListenAddress(value, 9229, address, error);
+}
 
 }  // namespace inspector
 }  // namespace tarn

@@ -25,11 +25,11 @@
 #include <vector>
 
 #include "ScriptBridge.h"
+#include "console/ApiHelp.h"
 #include "console/ValueFormat.h"
 #include "engine/Runtime.h"
 #include "repl/Completion.h"
 #include "repl/InterruptWatch.h"
-#include "console/ApiHelp.h"
 #include "repl/ReplOutput.h"
 #include "repl/ReplSource.h"
 #include "repl/ReplText.h"

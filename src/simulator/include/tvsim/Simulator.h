@@ -61,7 +61,7 @@ class Simulator {
 
   // --- Results -----------------------------------------------------------
   // The next call of `operation` ("TvPowerClient.requestPowerOff", or just
-  // "vconf_get_int" where the name is unique) returns `value` and does
+  // "vconf_get_int" or "setAudioMute" where the name is unique) returns `value` and does
   // nothing else: no state change, outputs left as the caller preset them.
   // Forcing twice queues two results. Fails for an unknown operation or a
   // value of the wrong kind.
@@ -95,6 +95,11 @@ class Simulator {
 
   // --- Journal -----------------------------------------------------------
   static std::vector<JournalEntry> journal();
+  // The calls one name covers, as isJournalName takes it; an interface's
+  // operation may be named alone when no other has that name
+  // ("setAudioMute"). False with `error` for a name that is not known.
+  static bool journal(const std::string& filter, std::vector<JournalEntry>* entries,
+                      std::string* error);
   static Json::Value journalJson();
   static void clearJournal();
   // JSON Lines, one call per line; false with `error` when it cannot write.
@@ -102,6 +107,30 @@ class Simulator {
   // Written at exit (or by shutdown()) when set; empty for none. The
   // environment variable TVSIM_JOURNAL sets it too.
   static void setJournalFile(const std::string& path);
+
+  // --- Observers ---------------------------------------------------------
+  // Called after each platform call, each change of the journal and each
+  // change made here, on the thread that made it and possibly with the
+  // simulator's locks held: it must return at once and call nothing here.
+  // One listener at a time; null for none.
+  static void setChangeListener(void (*listener)());
+  // The journal's entries after `afterSeq`, the newest `max` of them;
+  // *skipped counts the ones after afterSeq left out (or already dropped),
+  // *newest is the last sequence number given out so far.
+  static std::vector<JournalEntry> journalSince(unsigned long long afterSeq, size_t max,
+                                                unsigned long long* skipped,
+                                                unsigned long long* newest);
+  // The power subscriptions held now: {"preWakeup": n, "wakeup": n,
+  // "powerOff": n, "stateChanged": n}.
+  static Json::Value subscriptions();
+  // The composed screen as the capture service would take it now (black in
+  // standby or with the picture off), as PNG bytes.
+  static std::string screenPng(int width, int height);
+  // Journals what the platform's calls do not show: a control made from
+  // outside the script (library "view") or an engine event as the script
+  // received it (library "engine").
+  static void journalNote(const std::string& library, const std::string& operation,
+                          const Json::Value& arguments, const Json::Value& result);
 
   // --- Device files ------------------------------------------------------
   // The root folder; made on first use (TVSIM_ROOT, or a fresh temporary
