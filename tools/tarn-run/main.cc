@@ -15,6 +15,8 @@
 #include "AppConfig.h"
 #include "Logger.h"
 #include "debugger.h"
+#include "engine_options.h"
+#include "equals_value.h"
 #include "extensions.h"
 #include "tarn/host/Host.h"
 
@@ -74,6 +76,9 @@ std::unique_ptr<tarn::host::Extension> LoadRepl(std::string* error) {
   return std::unique_ptr<tarn::host::Extension>(factory());
 }
 
+// The GOption side of an option read elsewhere.
+gboolean AcceptOption(const gchar*, const gchar*, gpointer, GError**) { return TRUE; }
+
 // From a number 0..4 or a level name; -1 when neither.
 int ParseLevel(const char* text) {
   static const char* const names[] = {"error", "warn", "info", "debug", "trace"};
@@ -97,6 +102,7 @@ int main(int argc, char* argv[]) {
   gboolean noBridges = FALSE;
   gboolean version = FALSE;
   gboolean module = FALSE;
+  EngineOptions engine;
   GOptionEntry entries[] = {
       {"bridge", 'b', 0, G_OPTION_ARG_FILENAME_ARRAY, &bridges,
        "Bridge library to load (repeatable; default: $TARN_BRIDGES, else the built QDUtil bridge)",
@@ -116,15 +122,35 @@ int main(int argc, char* argv[]) {
        "As --eval, then print the value of CODE as console.log does", "CODE"},
       {"module", 0, 0, G_OPTION_ARG_NONE, &module,
        "Run SCRIPT, -e CODE or standard input as an ES module (SCRIPT.mjs always is one)", nullptr},
-      {"inspect", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
-       reinterpret_cast<gpointer>(inspectOption),
-       "Let a debugger (Chrome DevTools, VS Code) attach on HOST:PORT (default 127.0.0.1:9229)",
-       "[HOST:]PORT"},
-      {"inspect-brk", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
-       reinterpret_cast<gpointer>(inspectOption),
-       "As --inspect, and wait for the debugger, stopped at the script's first line",
-       "[HOST:]PORT"},
+      // Their value only after "=" (read by equalsValue below).
+      {"inspect", 0, G_OPTION_FLAG_NO_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(AcceptOption),
+       "Let a debugger (Chrome DevTools, VS Code) attach, on 127.0.0.1:9229 or "
+       "--inspect=[HOST:]PORT",
+       nullptr},
+      {"inspect-brk", 0, G_OPTION_FLAG_NO_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(AcceptOption),
+       "As --inspect (--inspect-brk=[HOST:]PORT), and wait for the debugger, stopped at the "
+       "script's first line",
+       nullptr},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &version, "Print the version and exit", nullptr},
+      {"max-old-space-size", 0, 0, G_OPTION_ARG_STRING, &engine.maxOldSpace,
+       "The script heap's limit, in megabytes (as V8's --max-old-space-size)", "MB"},
+      {"max_old_space_size", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_STRING, &engine.maxOldSpace,
+       nullptr, "MB"},
+      {"stack-size", 0, 0, G_OPTION_ARG_STRING, &engine.stackSize,
+       "The script's stack, in kilobytes (as V8's --stack-size)", "KB"},
+      {"stack_size", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_STRING, &engine.stackSize, nullptr,
+       "KB"},
+      {"expose-gc", 0, 0, G_OPTION_ARG_NONE, &engine.exposeGc,
+       "Give scripts gc() to collect garbage at once", nullptr},
+      {"expose_gc", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE, &engine.exposeGc, nullptr, nullptr},
+      {"js-flags", 0, 0, G_OPTION_ARG_STRING_ARRAY, &engine.jsFlags,
+       "Other V8 flags, as one text (\"--flag1 --flag2=value\"; repeatable)", "FLAGS"},
+      {"v8-options", 0, 0, G_OPTION_ARG_NONE, &engine.listOptions,
+       "Print V8's own options and exit", nullptr},
+      {"heapsnapshot-near-heap-limit", 0, 0, G_OPTION_ARG_STRING, &engine.snapshotsNearLimit,
+       "Write up to N heap snapshots into the app's data folder as the heap nears its limit", "N"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
@@ -141,8 +167,16 @@ int main(int argc, char* argv[]) {
   }
   // Options end at the script name; what follows belongs to the script.
   g_option_context_set_strict_posix(options, TRUE);
+  EqualsValueOptions equalsValue({"--inspect-brk", "--inspect"});
+  equalsValue.prepare(argc, argv);
   GError* error = nullptr;
-  if (!g_option_context_parse(options, &argc, &argv, &error)) {
+  bool parsed = g_option_context_parse(options, &argc, &argv, &error);
+  equalsValue.finish(argc, argv);
+  for (const auto& given : equalsValue.given()) {
+    inspectOption(given.name.c_str(), given.hasValue ? given.value.c_str() : nullptr, nullptr,
+                  nullptr);
+  }
+  if (!parsed) {
     std::fprintf(stderr, "tarn-run: %s\nTry tarn-run --help.\n", error->message);
     g_error_free(error);
     g_option_context_free(options);
@@ -152,6 +186,10 @@ int main(int argc, char* argv[]) {
 
   if (version) {
     std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
+    return 0;
+  }
+  if (engine.listOptions) {
+    listEngineOptions();
     return 0;
   }
   if (logLevel) {
@@ -220,6 +258,13 @@ int main(int argc, char* argv[]) {
     hostOptions.bridges = Split(fromEnvironment ? fromEnvironment : DefaultBridge(), ':');
   }
   if (noBridges) hostOptions.bridges.clear();
+  {
+    std::string message;
+    if (!engineFlags(engine, &hostOptions, &message)) {
+      std::fprintf(stderr, "tarn-run: %s\n", message.c_str());
+      return 2;
+    }
+  }
   if (tarnData) AppConfig::Instance()->SetTarnDataPath(tarnData);
   if (appData) AppConfig::Instance()->SetAppDataPath(appData);
 
