@@ -9,20 +9,22 @@ const q = new QDUtil();
 const now = () => Date.now();
 
 // The delays node would use, seen through the order in which timers run:
-// each delay below 1 (and NaN, a non-number text) is 1 ms, a numeric text is
-// its number, and one above 2^31 - 1 is 1 ms as well.
+// each delay below 1 (and NaN, a non-number text) is 1 ms, and one above
+// 2^31 - 1 is 1 ms as well; a numeric text or an object converts as
+// arithmetic converts it. Those due first are set first, so that a slow
+// start cannot reorder them.
 function delays() {
   const order = [];
   return new Promise((resolve) => {
-    setTimeout(() => order.push('20'), 20);
-    setTimeout(() => order.push('"10"'), '10');
     setTimeout(() => order.push('huge'), 2 ** 40);
     setTimeout(() => order.push('NaN'), NaN);
     setTimeout(() => order.push('-5'), -5);
     setTimeout(() => order.push('text'), 'soon');
     setTimeout(() => order.push('none'));
-    setTimeout(() => order.push('object'), { valueOf: () => 15 });
-    setTimeout(() => resolve(order), 40);
+    setTimeout(() => order.push('"50"'), '50');
+    setTimeout(() => order.push('object'), { valueOf: () => 100 });
+    setTimeout(() => order.push('150'), 150);
+    setTimeout(() => resolve(order), 400);
   });
 }
 
@@ -40,7 +42,7 @@ function chainRate(ms) {
 }
 
 async function main() {
-  check.sameJson(await delays(), ['huge', 'NaN', '-5', 'text', 'none', '"10"', 'object', '20'],
+  check.sameJson(await delays(), ['huge', 'NaN', '-5', 'text', 'none', '"50"', 'object', '150'],
                  'delays below 1, NaN, non-numbers and overflows are 1 ms, in the order set');
   check.throws(() => setTimeout(() => {}, Symbol('d')), 'Cannot convert a Symbol value to a number',
                'a Symbol delay throws as arithmetic does');
