@@ -272,7 +272,7 @@ TEST_F(StateTest, LogPolicyNamesAreXmlNames) {
   }
   EXPECT_EQ(
       "set logPolicy.services[0].events[0][\"a;b\"]: logPolicy.services[0].events[0]: "
-      "\"a/b\" is not an XML attribute name",
+      "\"a;b\" is not an XML attribute name",
       error);
   for (const char* name : {"level", "x-y.z_1", "_a", "ns:attr", "nivå"}) {
     EXPECT_TRUE(tvsim::Simulator::set(
