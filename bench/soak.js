@@ -18,7 +18,7 @@ let next = 0;
 const stats = {
   calls: 0, slowest: { ms: 0, name: '' }, captures: 0, snapshots: 0, slowestCapture: 0,
   slowestSnapshot: 0, errors: 0, firstError: '', fired: 0, interrupts: 0, signals: 0,
-  btCalls: 0, btDevices: 0, ticks: 0, over50: {}, snapshotRss: 0,
+  btCalls: 0, btDevices: 0, ticks: 0, over50: {},
 };
 
 // Every bound method, with arguments as home-screen scripts pass them.
@@ -113,18 +113,14 @@ function capture() {
 }
 
 // Each snapshot stays with the engine's heap profiler for the life of the
-// process (the bridge never deletes one): what that keeps is measured here,
-// so that the bench program can tell it from any other growth.
+// process (the bridge never deletes one), so each adds to the footprint. The
+// first also sets the profiler up: it is taken before the load.
 function snapshot() {
-  if (typeof gc === 'function') gc();
-  const rss = tarn.memoryUsage().rss;
   const before = Date.now();
   q.heapSnapshot(folder + '/soak.heapsnapshot');
   stats.slowestSnapshot = Math.max(stats.slowestSnapshot, Date.now() - before);
   stats.snapshots++;
   stats.calls++;
-  if (typeof gc === 'function') gc();
-  stats.snapshotRss += tarn.memoryUsage().rss - rss;
 }
 
 function power() {
@@ -139,7 +135,6 @@ function sample() {
   console.log('@@soak sample ' + JSON.stringify({
     t: elapsed(), rss: m.rss, heapUsed: m.heapUsed, heapTotal: m.heapTotal, external: m.external,
     arrayBuffers: m.arrayBuffers, calls: stats.calls, journal: journalLength(),
-    net: m.rss - stats.snapshotRss,
   }));
 }
 
@@ -184,6 +179,7 @@ const filledFrom = journalLength();
 while (journalLength() - filledFrom < 200000) {
   for (let i = 0; i < 20000; i++) call(mix[next++ % mix.length]);
 }
+q.heapSnapshot(folder + '/soak.heapsnapshot');
 stats.calls = 0;
 stats.slowest = { ms: 0, name: '' };
 stats.over50 = {};
