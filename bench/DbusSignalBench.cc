@@ -24,6 +24,8 @@
 #include <thread>
 #include <vector>
 
+#include "PrivateBus.h"
+
 namespace {
 
 constexpr const char* kPath = "/org/tarn/FirstScreen";
@@ -50,29 +52,6 @@ void onPlainSignal(GDBusConnection* connection, const gchar*, const gchar*, cons
                    const gchar*, GVariant*, gpointer) {
   g_dbus_connection_emit_signal(connection, nullptr, "/org/tarn/Bench", "org.tarn.Bench", "Echo",
                                 nullptr, nullptr);
-}
-
-GDBusConnection* connect(const std::string& address) {
-  GError* error = nullptr;
-  GDBusConnection* connection = g_dbus_connection_new_for_address_sync(
-      address.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, &error);
-  if (!connection) {
-    std::fprintf(stderr, "dbus_signal_bench: %s\n", error->message);
-    std::exit(1);
-  }
-  return connection;
-}
-
-// A round trip to the bus: every earlier message of this connection (a match
-// rule included) has been handled once it returns.
-void roundTrip(GDBusConnection* connection) {
-  GVariant* reply = g_dbus_connection_call_sync(
-      connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId",
-      nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-  if (reply) g_variant_unref(reply);
 }
 
 void emit(GDBusConnection* connection, const char* text) {
@@ -167,23 +146,11 @@ int main(int argc, char** argv) {
   const size_t count = argc > 4 ? std::strtoul(argv[4], nullptr, 10) : 5000;
   const double rate = argc > 5 ? std::strtod(argv[5], nullptr) : 5000;
 
-  char folder[] = "/tmp/dbus-bench-XXXXXX";
-  if (!g_mkdtemp(folder)) return 1;
-  const std::string socket = std::string(folder) + "/bus";
-  const std::string address = "unix:path=" + socket;
-  const std::string listen = "--address=" + address;
-  const char* busArgv[] = {"dbus-daemon", "--session", "--nofork", listen.c_str(), nullptr};
-  GPid busPid = 0;
-  if (!g_spawn_async(nullptr, const_cast<char**>(busArgv), nullptr,
-                     static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL |
-                                              G_SPAWN_STDERR_TO_DEV_NULL),
-                     nullptr, nullptr, &busPid, nullptr)) {
-    std::fprintf(stderr, "dbus_signal_bench: cannot start dbus-daemon\n");
-    return 1;
-  }
-  for (int i = 0; i < 500 && access(socket.c_str(), F_OK) != 0; ++i) g_usleep(10000);
+  PrivateBus bus;
+  if (!bus.start("dbus_signal_bench")) return 1;
+  const std::string& address = bus.address();
 
-  GDBusConnection* bench = connect(address);
+  GDBusConnection* bench = connectToBus(address, "dbus_signal_bench");
   g_dbus_connection_signal_subscribe(bench, nullptr, "org.tarn.Trtinstaller", "signal",
                                      "/org/tarn/Trtinstaller", nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
                                      onScriptEcho, nullptr, nullptr);
@@ -197,7 +164,7 @@ int main(int argc, char** argv) {
   std::thread plain([&] {
     GMainContext* context = g_main_context_new();
     g_main_context_push_thread_default(context);
-    GDBusConnection* connection = connect(address);
+    GDBusConnection* connection = connectToBus(address, "dbus_signal_bench");
     g_dbus_connection_signal_subscribe(connection, nullptr, kInterface, nullptr, kPath, nullptr,
                                        G_DBUS_SIGNAL_FLAGS_NONE, onPlainSignal, nullptr, nullptr);
     roundTrip(connection);
@@ -208,15 +175,8 @@ int main(int argc, char** argv) {
     g_main_context_unref(context);
   });
 
-  const std::string environment = "DBUS_SYSTEM_BUS_ADDRESS=" + address;
-  std::vector<std::string> env{environment};
-  for (char** e = environ; *e; ++e) {
-    if (g_str_has_prefix(*e, "DBUS_SYSTEM_BUS_ADDRESS=")) continue;
-    env.push_back(*e);
-  }
-  std::vector<char*> envp;
-  for (auto& e : env) envp.push_back(&e[0]);
-  envp.push_back(nullptr);
+  std::vector<std::string> env = bus.environment();
+  std::vector<char*> envp = argumentVector(env);
   const char* runArgv[] = {argv[1], "--log-level", "error", "--bridge", argv[2], argv[3], nullptr};
   GPid runPid = 0;
   if (!g_spawn_async(nullptr, const_cast<char**>(runArgv), envp.data(), G_SPAWN_DEFAULT, nullptr,
@@ -257,12 +217,7 @@ int main(int argc, char** argv) {
   emit(bench, "wake");
   plain.join();
   g_object_unref(bench);
-  kill(busPid, SIGTERM);
-  waitpid(busPid, &status, 0);
-  g_spawn_close_pid(busPid);
   g_spawn_close_pid(runPid);
-  unlink(socket.c_str());
-  rmdir(folder);
   if (!complete) return 1;
 
   std::printf("%zu signals per phase; latency at %.0f signals/s, round trip through the bus\n",

@@ -18,6 +18,8 @@
 
 #include "ScriptBridge.h"
 #include "TarnProcessManager.h"
+#include "engine/HeapLimit.h"
+#include "engine/MemoryUsage.h"
 #include "engine/Runtime.h"
 #include "script/Modules.h"
 #include "script/ScriptApi.h"
@@ -205,12 +207,14 @@ int Host::Run() {
   std::unique_ptr<v8::Platform> platform = v8::platform::NewDefaultPlatform();
   v8::V8::InitializePlatform(platform.get());
   EnableModuleSyntax();
+  for (const std::string& flag : options.engineFlags) v8::V8::SetFlagsFromString(flag.c_str());
   v8::V8::Initialize();
   v8::Isolate::CreateParams params;
-  std::unique_ptr<v8::ArrayBuffer::Allocator> allocator(
-      v8::ArrayBuffer::Allocator::NewDefaultAllocator());
+  // Counts array buffers' bytes for tarn.memoryUsage().
+  auto allocator = std::make_unique<CountingAllocator>();
   params.array_buffer_allocator = allocator.get();
   v8::Isolate* isolate = v8::Isolate::New(params);
+  WatchHeapLimit(isolate, options.heapSnapshotsNearLimit);
   isolate->SetMicrotasksPolicy(v8::MicrotasksPolicy::kExplicit);
   isolate->SetPromiseRejectCallback(&OnPromiseRejected);
   InstallModuleHooks(isolate);
@@ -309,6 +313,7 @@ int Host::Run() {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   runtime.reset();
+  StopWatchingHeapLimit(isolate);
   isolate->Dispose();
   v8::V8::Dispose();
   v8::V8::DisposePlatform();

@@ -172,6 +172,11 @@ bool populateSection(Core& core, const std::string& section, std::string* error)
 void removeTree(const std::string& path);
 std::string devicePathLocked(Core& core, const std::string& absolutePath);
 std::string tzRoot(int variable);  // device path of a path variable, "" if unknown
+// The device paths of the folders the state's sections make (and every
+// folder above them): a `files` entry there would replace one.
+std::set<std::string> sectionFolders(const Json::Value& state);
+// The `files` keys that name one of those folders, in key order.
+std::vector<std::string> filesOverFolders(const Json::Value& state);
 
 // State (State.cc).
 const char* defaultStateJson();

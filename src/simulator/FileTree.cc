@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -28,6 +29,9 @@ namespace detail {
 namespace {
 
 const char* const kAppsRoot = "/opt/usr/apps";
+// Under their path variables' folders.
+const char* const kLauncherListPath = "/owner/share/tarnapps/first_screen/localAppList.txt";
+const char* const kLogPolicyPath = "/webappservice/common/LogPolicyConfig.xml";
 
 bool writeFile(const std::string& path, const std::string& content, std::string* error) {
   std::error_code ec;
@@ -178,6 +182,62 @@ std::string tzRoot(int variable) {
   }
 }
 
+namespace {
+// Adds a device path and every folder above it (not "/").
+void addWithParents(std::set<std::string>& folders, std::string path) {
+  while (path.size() > 1) {
+    folders.insert(path);
+    path = path.substr(0, path.rfind('/'));
+  }
+}
+}  // namespace
+
+std::set<std::string> sectionFolders(const Json::Value& s) {
+  std::set<std::string> folders;
+  for (const char* dir :
+       {"/proc", "/tmp", "/run", "/dev/gator", "/opt/usr/media", "/opt/usr/home", "/opt/etc"}) {
+    addWithParents(folders, dir);
+  }
+  addWithParents(folders, "/proc/" + std::to_string(getpid()));
+  addWithParents(folders, std::string(kAppsRoot) + "/tarnapps/apps_temp/org.tarn.apps");
+  auto parentOf = [](const std::string& file) { return file.substr(0, file.rfind('/')); };
+  addWithParents(folders, parentOf(tzRoot(TZPLATFORM_USER_HOME) + kLauncherListPath));
+  addWithParents(folders, parentOf(tzRoot(TZPLATFORM_SYS_CONFIG) + kLogPolicyPath));
+  for (const auto& area : s["appDataAreas"]) {
+    addWithParents(folders, normalize(std::string(kAppsRoot) + "/" + area.asString()));
+  }
+  for (const auto& app : s["installedApps"]) {
+    addWithParents(
+        folders, parentOf(normalize(std::string(kAppsRoot) + "/" + app["dataDir"].asString() + "/" +
+                                    app["manifest"].asString())));
+  }
+  for (const auto& panel : s["panels"]) {
+    addWithParents(folders, std::string(kAppsRoot) + "/" + panel["appId"].asString() + "/src");
+    addWithParents(folders, std::string(kAppsRoot) + "/" + panel["package"].asString() + "/bin");
+  }
+  for (const auto& folder : s["media"].getMemberNames()) {
+    addWithParents(folders, tzRoot(TZPLATFORM_MEDIA) + "/" + folder);
+  }
+  // A `folders` entry itself may share its path with a `files` entry (the
+  // folder wins); only the folders above it are the set's.
+  for (const auto& folder : s["folders"]) {
+    addWithParents(folders, parentOf(normalize(folder.asString())));
+  }
+  for (const auto& file : s["files"].getMemberNames()) {
+    addWithParents(folders, parentOf(normalize(file)));
+  }
+  return folders;
+}
+
+std::vector<std::string> filesOverFolders(const Json::Value& state) {
+  const std::set<std::string> folders = sectionFolders(state);
+  std::vector<std::string> over;
+  for (const auto& path : state["files"].getMemberNames()) {
+    if (folders.count(normalize(path))) over.push_back(path);
+  }
+  return over;
+}
+
 void removeTree(const std::string& path) {
   std::error_code ec;
   fs::remove_all(path, ec);
@@ -230,9 +290,8 @@ bool populateSection(Core& core, const std::string& section, std::string* error)
     }
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    return writeFile(
-        root + tzRoot(TZPLATFORM_USER_HOME) + "/owner/share/tarnapps/first_screen/localAppList.txt",
-        Json::writeString(builder, doc) + "\n", error);
+    return writeFile(root + tzRoot(TZPLATFORM_USER_HOME) + kLauncherListPath,
+                     Json::writeString(builder, doc) + "\n", error);
   }
   if (section == "logPolicy") {
     std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rsp>\n  <list>\n";
@@ -243,9 +302,7 @@ bool populateSection(Core& core, const std::string& section, std::string* error)
       xml += "    </service>\n";
     }
     xml += "  </list>\n</rsp>\n";
-    return writeFile(
-        root + tzRoot(TZPLATFORM_SYS_CONFIG) + "/webappservice/common/LogPolicyConfig.xml", xml,
-        error);
+    return writeFile(root + tzRoot(TZPLATFORM_SYS_CONFIG) + kLogPolicyPath, xml, error);
   }
   if (section == "appDataAreas") {
     for (const auto& area : s["appDataAreas"]) {

@@ -1,9 +1,12 @@
 // Checks of state documents against the schema and across members, and the
 // laying of state files over the built-in state. Every error names where it
 // is (file, line:column, member path) and what was expected.
+#include <cctype>
 #include <cstdio>
 #include <set>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <json/writer.h>
 
@@ -170,6 +173,52 @@ bool check(const Json::Value& v, const Node& n, const std::string& path, bool co
   return true;
 }
 
+// The log policy is written with its attribute names as they are, so each
+// must be an XML name: a letter, "_" or ":" first, then letters, digits,
+// ".", "-", "_" or ":" (the bytes of a multi-byte UTF-8 character count as
+// letters).
+bool xmlName(const std::string& name) {
+  if (name.empty()) return false;
+  for (size_t i = 0; i < name.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(name[i]);
+    const bool start = std::isalpha(c) || c == '_' || c == ':' || c >= 0x80;
+    const bool more = std::isdigit(c) || c == '.' || c == '-';
+    if (!(start || (i > 0 && more))) return false;
+  }
+  return true;
+}
+
+bool logPolicyNames(const Json::Value& doc, std::string* error) {
+  const Json::Value& services = doc["logPolicy"]["services"];
+  for (Json::ArrayIndex i = 0; i < services.size(); ++i) {
+    const std::string at = "logPolicy.services[" + std::to_string(i) + "]";
+    std::vector<std::pair<std::string, const Json::Value*>> maps{
+        {at + ".attributes", &services[i]["attributes"]}};
+    const Json::Value& events = services[i]["events"];
+    for (Json::ArrayIndex j = 0; j < events.size(); ++j) {
+      maps.emplace_back(at + ".events[" + std::to_string(j) + "]", &events[j]);
+    }
+    for (const auto& map : maps) {
+      for (const auto& name : map.second->getMemberNames()) {
+        if (xmlName(name)) continue;
+        *error = map.first + ": \"" + name + "\" is not an XML attribute name";
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+// A `files` entry at a folder the set has would replace the folder, and
+// everything the set keeps in it, by one file.
+bool filesAreFiles(const Json::Value& doc, std::string* error) {
+  const std::vector<std::string> over = filesOverFolders(doc);
+  if (over.empty()) return true;
+  *error = "files[\"" + over.front() + "\"]: \"" + over.front() +
+           "\" is a folder of the set; expected the path of a file";
+  return false;
+}
+
 // Rules across members, on the whole document.
 bool consistent(const Json::Value& doc, std::string* error) {
   auto bad = [&](const std::string& message) {
@@ -291,7 +340,7 @@ bool consistent(const Json::Value& doc, std::string* error) {
       return bad("folders[" + std::to_string(i) + "]: expected an absolute path without \"..\"");
     }
   }
-  return true;
+  return filesAreFiles(doc, error) && logPolicyNames(doc, error);
 }
 
 void merge(Json::Value& base, const Json::Value& overlay) {

@@ -226,4 +226,59 @@ TEST_F(StateTest, IntegersOutsideWhatThePlatformReadsAreRefused) {
   EXPECT_EQ(1, TvPowerClient::getWakeupReason());
 }
 
+// A `files` entry cannot take the place of a folder the set has: its
+// sections' folders and the folders above them, the folders above another
+// entry. A file inside one, or where a section's folder was removed, can.
+TEST_F(StateTest, FilesCannotReplaceTheSetsFolders) {
+  EXPECT_EQ(path +
+                ": files[\"/opt/usr/apps\"]: \"/opt/usr/apps\" is a folder of the set; "
+                "expected the path of a file",
+            load(R"({"files": {"/opt/usr/apps": "text"}})"));
+  std::string error;
+  for (const char* folder :
+       {"/opt", "/opt/usr/apps/tarnapps/apps", "/opt/usr/apps/tarnapps/apps/src",
+        "/opt/usr/apps/firstscreen_temp", "/opt/usr/media/demo_movie", "/opt/etc/webappservice",
+        "/opt/usr/apps/weather/src", "/tmp", "/proc"}) {
+    EXPECT_FALSE(tvsim::Simulator::set(std::string("files[\"") + folder + "\"]", "x", &error))
+        << folder;
+    EXPECT_NE(std::string::npos,
+              error.find(std::string("\"") + folder + "\" is a folder of the set"))
+        << error;
+  }
+  ASSERT_TRUE(tvsim::Simulator::set("files[\"/tmp/a/b.txt\"]", "x", &error)) << error;
+  EXPECT_FALSE(tvsim::Simulator::set("files[\"/tmp/a\"]", "x", &error));
+  EXPECT_NE(std::string::npos, error.find("\"/tmp/a\" is a folder of the set")) << error;
+  EXPECT_TRUE(
+      tvsim::Simulator::set("files[\"/opt/usr/apps/tarnapps/apps/src/config.xml\"]", "x", &error))
+      << error;
+  ASSERT_TRUE(tvsim::Simulator::remove("media.demo_movie", &error)) << error;
+  EXPECT_TRUE(tvsim::Simulator::set("files[\"/opt/usr/media/demo_movie\"]", "x", &error)) << error;
+  // A folder entry at the same path wins over the file, as before.
+  Json::Value folders(Json::arrayValue);
+  folders.append("/tmp/a/b.txt");
+  EXPECT_TRUE(tvsim::Simulator::set("folders", folders, &error)) << error;
+}
+
+// Log-policy attribute names are written as they are: each must be an XML
+// name.
+TEST_F(StateTest, LogPolicyNamesAreXmlNames) {
+  EXPECT_EQ(path + ": logPolicy.services[0].attributes: \"a<b\" is not an XML attribute name",
+            load(R"({"logPolicy": {"services": [{"attributes": {"a<b": "1"}, "events": []}]}})"));
+  std::string error;
+  for (const char* name : {"a&b", "x\"y", "1st", "-x", "a b", "a=b", "a>", "a'b", "a;b"}) {
+    EXPECT_FALSE(tvsim::Simulator::set(
+        std::string("logPolicy.services[0].events[0][\"") + name + "\"]", "1", &error))
+        << name;
+  }
+  EXPECT_EQ(
+      "set logPolicy.services[0].events[0][\"a;b\"]: logPolicy.services[0].events[0]: "
+      "\"a;b\" is not an XML attribute name",
+      error);
+  for (const char* name : {"level", "x-y.z_1", "_a", "ns:attr", "nivå"}) {
+    EXPECT_TRUE(tvsim::Simulator::set(
+        std::string("logPolicy.services[1].attributes[\"") + name + "\"]", "1", &error))
+        << name << ": " << error;
+  }
+}
+
 }  // namespace

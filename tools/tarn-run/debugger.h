@@ -9,8 +9,8 @@
 
 #include "tarn/host/Debugger.h"
 
-// The GOption callback of both options (their value is optional:
-// --inspect or --inspect=[HOST:]PORT).
+// Each --inspect or --inspect-brk given, in order, with its value (after
+// "=": --inspect or --inspect=[HOST:]PORT) or null.
 gboolean inspectOption(const gchar* name, const gchar* value, gpointer data, GError** error);
 
 // The debugger the options asked for, listening, for the script named

@@ -16,6 +16,8 @@
 #include "Logger.h"
 #include "TypesSource.h"
 #include "debugger.h"
+#include "engine_options.h"
+#include "equals_value.h"
 #include "extensions.h"
 #include "simview.h"
 #include "tarn/host/Host.h"
@@ -76,9 +78,9 @@ std::unique_ptr<tarn::host::Extension> LoadRepl(std::string* error) {
   return std::unique_ptr<tarn::host::Extension>(factory());
 }
 
-// The view's options are taken out of the command line before it is parsed
-// (takeSimViewOptions); these entries only describe them in --help.
-gboolean describedElsewhere(const gchar*, const gchar*, gpointer, GError**) { return TRUE; }
+// The GOption side of an option whose value only follows "=" (read by
+// EqualsValueOptions around the parse).
+gboolean AcceptOption(const gchar*, const gchar*, gpointer, GError**) { return TRUE; }
 
 // From a number 0..4 or a level name; -1 when neither.
 int ParseLevel(const char* text) {
@@ -102,6 +104,8 @@ struct CommandLine {
   gboolean version = FALSE;
   gboolean types = FALSE;
   gboolean module = FALSE;
+
+  EngineOptions engine;
 
   CommandLine() = default;
   CommandLine(const CommandLine&) = delete;
@@ -136,25 +140,46 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
        "As --eval, then print the value of CODE as console.log does", "CODE"},
       {"module", 0, 0, G_OPTION_ARG_NONE, &line->module,
        "Run SCRIPT, -e CODE or standard input as an ES module (SCRIPT.mjs always is one)", nullptr},
-      {"inspect", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
-       reinterpret_cast<gpointer>(inspectOption),
-       "Let a debugger (Chrome DevTools, VS Code) attach on HOST:PORT (default 127.0.0.1:9229)",
-       "[HOST:]PORT"},
-      {"inspect-brk", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
-       reinterpret_cast<gpointer>(inspectOption),
-       "As --inspect, and wait for the debugger, stopped at the script's first line",
-       "[HOST:]PORT"},
-      {"sim-view", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
-       reinterpret_cast<gpointer>(describedElsewhere),
-       "Serve a live view of the simulated TV on HOST:PORT (default 127.0.0.1:9300); the run "
-       "stays up for it until Ctrl+C",
-       "[HOST:]PORT"},
-      {"sim-view-readonly", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK,
-       reinterpret_cast<gpointer>(describedElsewhere), "As --sim-view, with no controls",
-       "[HOST:]PORT"},
+      // Their value only after "=" (read by EqualsValueOptions).
+      {"inspect", 0, G_OPTION_FLAG_NO_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(AcceptOption),
+       "Let a debugger (Chrome DevTools, VS Code) attach, on 127.0.0.1:9229 or "
+       "--inspect=[HOST:]PORT",
+       nullptr},
+      {"inspect-brk", 0, G_OPTION_FLAG_NO_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(AcceptOption),
+       "As --inspect (--inspect-brk=[HOST:]PORT), and wait for the debugger, stopped at the "
+       "script's first line",
+       nullptr},
+      {"sim-view", 0, G_OPTION_FLAG_NO_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(AcceptOption),
+       "Serve a live view of the simulated TV, on 127.0.0.1:9300 or --sim-view=[HOST:]PORT; the "
+       "run stays up for it until Ctrl+C",
+       nullptr},
+      {"sim-view-readonly", 0, G_OPTION_FLAG_NO_ARG, G_OPTION_ARG_CALLBACK,
+       reinterpret_cast<gpointer>(AcceptOption),
+       "As --sim-view (--sim-view-readonly=[HOST:]PORT), with no controls", nullptr},
       {"version", 'V', 0, G_OPTION_ARG_NONE, &line->version, "Print the version and exit", nullptr},
       {"types", 0, 0, G_OPTION_ARG_NONE, &line->types,
        "Print the TypeScript declarations of the script API (qdutil.d.ts) and exit", nullptr},
+      {"max-old-space-size", 0, 0, G_OPTION_ARG_STRING, &line->engine.maxOldSpace,
+       "The script heap's limit, in megabytes (as V8's --max-old-space-size)", "MB"},
+      {"max_old_space_size", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_STRING,
+       &line->engine.maxOldSpace, nullptr, "MB"},
+      {"stack-size", 0, 0, G_OPTION_ARG_STRING, &line->engine.stackSize,
+       "The script's stack, in kilobytes (as V8's --stack-size)", "KB"},
+      {"stack_size", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_STRING, &line->engine.stackSize, nullptr,
+       "KB"},
+      {"expose-gc", 0, 0, G_OPTION_ARG_NONE, &line->engine.exposeGc,
+       "Give scripts gc() to collect garbage at once", nullptr},
+      {"expose_gc", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE, &line->engine.exposeGc, nullptr,
+       nullptr},
+      {"js-flags", 0, 0, G_OPTION_ARG_STRING_ARRAY, &line->engine.jsFlags,
+       "Other V8 flags, as one text (\"--flag1 --flag2=value\"; repeatable)", "FLAGS"},
+      {"v8-options", 0, 0, G_OPTION_ARG_NONE, &line->engine.listOptions,
+       "Print V8's own options and exit", nullptr},
+      {"heapsnapshot-near-heap-limit", 0, 0, G_OPTION_ARG_STRING, &line->engine.snapshotsNearLimit,
+       "Write up to N heap snapshots into the app's data folder as the heap nears its limit", "N"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   GOptionContext* options = g_option_context_new("[SCRIPT.js [ARGUMENTS...]]");
@@ -170,9 +195,20 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
   }
   // Options end at the script name; what follows belongs to the script.
   g_option_context_set_strict_posix(options, TRUE);
-  takeSimViewOptions(argc, *argv);
+  EqualsValueOptions equalsValue(
+      {"--inspect-brk", "--inspect", "--sim-view-readonly", "--sim-view"});
+  equalsValue.prepare(*argc, *argv);
   GError* error = nullptr;
   bool parsed = g_option_context_parse(options, argc, argv, &error);
+  equalsValue.finish(*argc, *argv);
+  for (const auto& given : equalsValue.given()) {
+    if (given.name.rfind("--sim-view", 0) == 0) {
+      noteSimViewOption(given.name, given.hasValue, given.value);
+    } else {
+      inspectOption(given.name.c_str(), given.hasValue ? given.value.c_str() : nullptr, nullptr,
+                    nullptr);
+    }
+  }
   if (!parsed) {
     std::fprintf(stderr, "tarn-run: %s\nTry tarn-run --help.\n", error->message);
     g_error_free(error);
@@ -299,6 +335,10 @@ int main(int argc, char* argv[]) {
     return 0;
   }
   if (line.types) return PrintTypes();
+  if (line.engine.listOptions) {
+    listEngineOptions();
+    return 0;
+  }
   if (!SetLogLevel(line.logLevel)) return 2;
   if (line.evalCode && line.printCode) {
     std::fprintf(stderr, "tarn-run: -e and -p cannot be given together\n");
@@ -314,6 +354,11 @@ int main(int argc, char* argv[]) {
   bool interactive = false;
   if (!ChooseInput(argc, argv, line, &hostOptions, &interactive)) return 2;
   hostOptions.bridges = ChooseBridges(line);
+  std::string engineError;
+  if (!engineFlags(line.engine, &hostOptions, &engineError)) {
+    std::fprintf(stderr, "tarn-run: %s\n", engineError.c_str());
+    return 2;
+  }
   if (line.tarnData) AppConfig::Instance()->SetTarnDataPath(line.tarnData);
   if (line.appData) AppConfig::Instance()->SetAppDataPath(line.appData);
 

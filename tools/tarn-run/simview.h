@@ -3,13 +3,13 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "tarn/host/Extension.h"
 
-// Takes the view's options out of argv before the command line is parsed, up
-// to the script's name (what follows it is the script's). As with
-// --inspect, a value is taken only after '='.
-void takeSimViewOptions(int* argc, char** argv);
+// Records --sim-view or --sim-view-readonly as the command line gave it
+// (name without "=", and the value after "=" when there is one).
+void noteSimViewOption(const std::string& name, bool hasValue, const std::string& value);
 
 // Whether --sim-view or --sim-view-readonly was given.
 bool simViewRequested();

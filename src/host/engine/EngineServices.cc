@@ -129,7 +129,16 @@ extern "C" ClutterActor* clutter_stage_get_default(void) {
 extern "C" gboolean clutter_stage_aux_hint_add(ClutterStage* stage, const gchar* hint,
                                                const gchar* value) {
   if (stage != reinterpret_cast<ClutterStage*>(&g_defaultStage) || !hint) return FALSE;
+  // One entry per key, as the stage keeps one value per hint: a hint set
+  // again moves to the end with its new value, so the list stays as long as
+  // the keys used, however often they are set.
   std::lock_guard<std::mutex> lock(g_hintMutex);
+  for (auto it = g_hints.begin(); it != g_hints.end(); ++it) {
+    if (it->first == hint) {
+      g_hints.erase(it);
+      break;
+    }
+  }
   g_hints.emplace_back(hint, value ? value : "");
   return TRUE;
 }

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -22,6 +23,7 @@
 #include "ScriptEngine.h"
 #include "console/Console.h"
 #include "engine/EngineServices.h"
+#include "engine/MemoryUsage.h"
 #include "engine/Runtime.h"
 #include "script/Modules.h"
 #include "tarn/host/LogCapture.h"
@@ -189,21 +191,45 @@ void ForgetTimer(gpointer pointer) {
   runtime->Release();
 }
 
+// The delay in whole milliseconds. A delay below 1 (0, negatives, NaN,
+// anything that is no number) or above 2^31 - 1 becomes 1: a timer is never
+// due at once, so a script polling with setTimeout(f, 0) leaves the loop
+// time for its idle calls (the bridges' device records) between two runs.
+// The value is converted as arithmetic converts it (a Symbol or BigInt
+// throws); an overflow is warned about, as the delay silently changes.
+bool TimerDelay(const v8::FunctionCallbackInfo<v8::Value>& info, guint* delay) {
+  constexpr double kTimeoutMax = 2147483647.0;
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  double value = 1;
+  if (info.Length() > 1 && !info[1]->NumberValue(context).To(&value)) return false;
+  if (value > kTimeoutMax) {
+    v8::Local<v8::String> text;
+    std::string shown = v8::Number::New(isolate, value)->ToString(context).ToLocal(&text)
+                            ? Utf8(isolate, text)
+                            : std::string("Infinity");
+    std::fprintf(stderr,
+                 "(tarn-run:%d) TimeoutOverflowWarning: %s does not fit into a 32-bit signed "
+                 "integer.\nTimeout duration was set to 1.\n",
+                 static_cast<int>(getpid()), shown.c_str());
+  }
+  *delay = value >= 1 && value <= kTimeoutMax ? static_cast<guint>(value) : 1;
+  return true;
+}
+
 void AddTimer(const v8::FunctionCallbackInfo<v8::Value>& info, bool repeat) {
   v8::Isolate* isolate = info.GetIsolate();
   if (info.Length() < 1 || !info[0]->IsFunction()) {
     ThrowType(isolate, "The callback must be a function");
     return;
   }
-  double delay = 0;
-  if (info.Length() > 1 && !info[1]->NumberValue(isolate->GetCurrentContext()).To(&delay)) return;
-  if (!(delay >= 1)) delay = repeat ? 1 : 0;  // NaN, negatives and 0 alike
-  if (delay > G_MAXUINT) delay = G_MAXUINT;
+  guint delay = 1;
+  if (!TimerDelay(info, &delay)) return;
   Runtime* runtime = State().runtime;
   auto* timer =
       new Timer{runtime, v8::Global<v8::Function>(isolate, info[0].As<v8::Function>()), {}, repeat};
   for (int i = 2; i < info.Length(); ++i) timer->args.emplace_back(isolate, info[i]);
-  GSource* source = g_timeout_source_new(static_cast<guint>(delay));
+  GSource* source = g_timeout_source_new(delay);
   g_source_set_callback(source, &FireTimer, timer, &ForgetTimer);
   runtime->Hold();
   timer->id = g_source_attach(source, runtime->MainContext());
@@ -533,6 +559,7 @@ v8::Local<v8::Object> InstallScriptApi(Runtime* runtime, v8::Local<v8::Context> 
   SetFunction(context, tarn, "load", Load);
   SetFunction(context, tarn, "on", On);
   SetFunction(context, tarn, "off", Off);
+  SetFunction(context, tarn, "memoryUsage", MemoryUsage);
   if (!InstallInterruptNames(context, tarn)) return scope.Escape(tarn);
   v8::Local<v8::Object> log = NewNamespace(context, tarn, "log");
   SetFunction(context, log, "capture", LogCaptureStart);

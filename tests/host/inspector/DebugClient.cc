@@ -414,6 +414,73 @@ void BadInputScenario(const Setup& setup) {
 
 }  // namespace
 
+// The forms users type, as node reads them: a value only after "=", so the
+// script's name after --inspect or --inspect-brk is the script. The default
+// address may be held by another run on this machine: then the message node
+// prints, and the script runs without a debugger, which these forms allow
+// as well.
+const char* const kDefaultAddress =
+    "(?:Debugger listening on ws://127\\.0\\.0\\.1:9229/([0-9a-f-]{36})|"
+    "Starting inspector on 127\\.0\\.0\\.1:9229 failed)";
+
+void RunsToItsEnd(Child& child, const std::string& what) {
+  int status = child.WaitExit();
+  Expect(status == 4 && child.Stdout() == "ran to the end\n", what + ": the script ran");
+  Expect(child.Stderr().find("not an IP address") == std::string::npos,
+         what + ": the script's name is no option value");
+}
+
+void ArgumentFormsScenario(const Setup& setup) {
+  const std::string script = setup.scripts + "/debug_no_client.js";
+  {
+    Child child;
+    child.Start({setup.tarnRun, "--no-bridges", "--inspect", script});
+    child.WaitFor(kDefaultAddress);
+    RunsToItsEnd(child, "--inspect SCRIPT");
+  }
+  {
+    Child child;
+    child.Start({setup.tarnRun, "--no-bridges", "--inspect=9230", script});
+    child.WaitFor(
+        "(?:Debugger listening on ws://127\\.0\\.0\\.1:9230/|"
+        "Starting inspector on 127\\.0\\.0\\.1:9230 failed)");
+    RunsToItsEnd(child, "--inspect=9230 SCRIPT");
+  }
+  {
+    Child child;
+    child.Start({setup.tarnRun, "--no-bridges", "--inspect=127.0.0.1:0", script});
+    WaitListening(child, "127\\.0\\.0\\.1");
+    RunsToItsEnd(child, "--inspect=127.0.0.1:0 SCRIPT");
+  }
+  {
+    // Options of the same name after the script are the script's own.
+    Child child;
+    child.Start({setup.tarnRun, "--no-bridges", "--inspect=127.0.0.1:0", setup.scripts + "/args.js",
+                 "--inspect", "--inspect-brk=1"});
+    WaitListening(child, "127\\.0\\.0\\.1");
+    Expect(child.WaitExit() == 0 && child.Stdout() == "[\"--inspect\",\"--inspect-brk=1\"]\n",
+           "the script's arguments are handed over as given");
+  }
+  {
+    // The README's example: it waits for a debugger, which lets it run.
+    Child child;
+    child.Start({setup.tarnRun, "--inspect-brk", script});
+    std::vector<std::string> groups = child.WaitFor(kDefaultAddress);
+    if (groups.size() > 1 && !groups[1].empty()) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+      Expect(child.Stdout().empty(), "--inspect-brk SCRIPT waits for a debugger");
+      Session devtools("client");
+      Expect(devtools.Connect(9229, "/" + groups[1]), "the debugger attaches");
+      devtools.Call("Runtime.runIfWaitingForDebugger");
+      child.WaitFor("ran to the end\n", false);
+      devtools.Close();
+    } else {
+      std::printf("127.0.0.1:9229 is taken here: --inspect-brk SCRIPT ran without waiting\n");
+    }
+    RunsToItsEnd(child, "--inspect-brk SCRIPT");
+  }
+}
+
 int main(int argc, char* argv[]) {
   if (argc != 4) {
     std::fprintf(stderr, "usage: %s SCENARIO TARN_RUN SCRIPTS_DIR\n", argv[0]);
@@ -421,10 +488,15 @@ int main(int argc, char* argv[]) {
   }
   signal(SIGPIPE, SIG_IGN);
   const std::map<std::string, void (*)(const Setup&)> scenarios = {
-      {"session", SessionScenario},        {"two_clients", TwoClientsScenario},
-      {"busy_script", BusyScriptScenario}, {"public_address", PublicAddressScenario},
-      {"port_in_use", PortInUseScenario},  {"bad_input", BadInputScenario},
-      {"uncaught", UncaughtScenario},      {"console_help", ConsoleHelpScenario},
+      {"session", SessionScenario},
+      {"two_clients", TwoClientsScenario},
+      {"busy_script", BusyScriptScenario},
+      {"public_address", PublicAddressScenario},
+      {"port_in_use", PortInUseScenario},
+      {"bad_input", BadInputScenario},
+      {"uncaught", UncaughtScenario},
+      {"console_help", ConsoleHelpScenario},
+      {"argument_forms", ArgumentFormsScenario},
   };
   auto found = scenarios.find(argv[1]);
   if (found == scenarios.end()) {

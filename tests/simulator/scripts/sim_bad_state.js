@@ -9,6 +9,9 @@ const attempts = [
   () => tarn.sim.set('files', { 'relative/path': 'x' }),
   () => tarn.sim.set('files', { '/opt/./x': 'x' }),
   () => tarn.sim.set('files', { '/opt/..': 'x' }),
+  // A file in the place of a folder the set has would hide what is in it.
+  () => tarn.sim.set('files', { '/opt/usr/apps': 'text' }),
+  () => tarn.sim.set('files["/opt/usr/apps/tarnapps/apps"]', 'text'),
 ];
 for (const attempt of attempts) {
   try {

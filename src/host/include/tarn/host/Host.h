@@ -27,6 +27,12 @@ struct HostOptions {
   bool module = false;
   std::string code;
   std::string programPath;  // argv[0], to find ICU data
+  // V8's own flags ("--max-old-space-size=64", "--expose-gc", ...), set
+  // before the engine starts.
+  std::vector<std::string> engineFlags;
+  // Heap snapshots written as the heap nears its limit, before the run ends
+  // with status 134.
+  int heapSnapshotsNearLimit = 0;
 };
 
 class Host {
@@ -44,7 +50,8 @@ class Host {
   // Loads the bridges, runs the script and the main loop until nothing is
   // pending or the script exits. Returns the process exit status: the
   // script's code, 1 after an uncaught error, 2 when a bridge or the script
-  // file cannot be loaded (with a message on stderr).
+  // file cannot be loaded (with a message on stderr), 134 when the script's
+  // heap reached its limit.
   int Run();
 
  private:

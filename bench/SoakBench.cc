@@ -1,0 +1,268 @@
+// A long run of the engine host under a mixed load, for growth and stalls:
+//
+//   soak_bench TARN_RUN QDUTIL_LIBRARY SOAK_JS [--seconds N] [--warmup N]
+//              [--sample N] [--snapshot N] [--capture N] [--rate N]
+//              [--max-growth MB_PER_HOUR] [--max-call-ms N]
+//
+// tarn-run runs SOAK_JS (every bound method in a mix, power events fired
+// from the simulated TV's thread, Bluetooth enumerations, captures and heap
+// snapshots) while this program sends the home screen's signals on a private
+// bus at RATE per second. The script samples its footprint every --sample
+// seconds (after a full collection). After --seconds the program says
+// "stop", and prints the growth per hour of RSS and of the script heap after
+// the warm-up (least squares over the samples), the calls and events, and
+// the slowest call. It fails (status 1) when the run fails, an event is
+// missing, a call threw, a call other than a capture or snapshot took longer
+// than --max-call-ms, or the growth of RSS or of the script heap is beyond
+// --max-growth. Heap snapshots stay with the engine's heap profiler for the
+// life of the process, so each one taken adds to RSS.
+#include <fcntl.h>
+#include <json/json.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "PrivateBus.h"
+
+namespace {
+
+const char kProgram[] = "soak_bench";
+
+struct Settings {
+  double seconds = 300, warmup = 120, sample = 5, snapshot = 180, capture = 10, rate = 20;
+  double maxGrowth = 1, maxCallMs = 50;
+};
+
+// What the script reported, filled by the reader thread.
+struct Reports {
+  std::mutex mutex;
+  std::vector<Json::Value> samples;
+  Json::Value done;
+  std::atomic<bool> ready{false};
+  std::atomic<bool> finished{false};
+};
+
+bool ParseSettings(int argc, char** argv, Settings* s) {
+  const std::pair<const char*, double*> names[] = {
+      {"--seconds", &s->seconds},      {"--warmup", &s->warmup},        {"--sample", &s->sample},
+      {"--snapshot", &s->snapshot},    {"--capture", &s->capture},      {"--rate", &s->rate},
+      {"--max-growth", &s->maxGrowth}, {"--max-call-ms", &s->maxCallMs}};
+  for (int i = 4; i < argc; i += 2) {
+    bool known = false;
+    for (const auto& name : names) {
+      if (std::strcmp(argv[i], name.first) != 0 || i + 1 >= argc) continue;
+      char* end = nullptr;
+      *name.second = std::strtod(argv[i + 1], &end);
+      known = *end == '\0' && *name.second >= 0;
+    }
+    if (!known) {
+      std::fprintf(stderr, "%s: bad option %s\n", kProgram, argv[i]);
+      return false;
+    }
+  }
+  return true;
+}
+
+void ReadReports(int fd, Reports* reports) {
+  std::FILE* in = fdopen(fd, "r");
+  char* line = nullptr;
+  size_t size = 0;
+  Json::CharReaderBuilder builder;
+  std::unique_ptr<Json::CharReader> parser(builder.newCharReader());
+  while (getline(&line, &size, in) > 0) {
+    std::string text(line);
+    if (!text.empty() && text.back() == '\n') text.pop_back();
+    auto report = [&](const char* prefix, Json::Value* value) {
+      size_t length = std::strlen(prefix);
+      if (text.compare(0, length, prefix) != 0) return false;
+      std::string errors;
+      return parser->parse(text.data() + length, text.data() + text.size(), value, &errors);
+    };
+    Json::Value value;
+    std::lock_guard<std::mutex> lock(reports->mutex);
+    if (text == "@@soak ready") {
+      reports->ready = true;
+    } else if (report("@@soak sample ", &value)) {
+      reports->samples.push_back(value);
+    } else if (report("@@soak done ", &value)) {
+      reports->done = value;
+    } else {
+      std::fprintf(stderr, "%s\n", text.c_str());
+    }
+  }
+  std::free(line);
+  std::fclose(in);
+  reports->finished = true;
+}
+
+// Least-squares slope of `field` over the samples from `from` seconds on, in
+// megabytes per hour; also the first and last value there.
+double GrowthPerHour(const std::vector<Json::Value>& samples, const char* field, double from,
+                     double* first, double* last) {
+  double n = 0, st = 0, sv = 0, stt = 0, stv = 0;
+  *first = *last = 0;
+  for (const Json::Value& sample : samples) {
+    const double t = sample["t"].asDouble(), v = sample[field].asDouble() / (1 << 20);
+    if (t < from) continue;
+    if (n == 0) *first = v;
+    *last = v;
+    n += 1, st += t, sv += v, stt += t * t, stv += t * v;
+  }
+  const double d = n * stt - st * st;
+  return n >= 2 && d > 0 ? (n * stv - st * sv) / d * 3600 : 0;
+}
+
+void Emit(GDBusConnection* connection, const char* text) {
+  g_dbus_connection_emit_signal(connection, nullptr, "/org/tarn/FirstScreen",
+                                "org.tarn.FirstScreen", "RecentChanged", g_variant_new("(s)", text),
+                                nullptr);
+}
+
+// Waits for the child up to `seconds`, then stops it; its wait status.
+int WaitFor(GPid pid, double seconds) {
+  int status = 0;
+  for (double waited = 0; waited < seconds; waited += 0.05) {
+    if (waitpid(pid, &status, WNOHANG) == pid) return status;
+    g_usleep(50000);
+  }
+  std::fprintf(stderr, "%s: tarn-run did not end; stopping it\n", kProgram);
+  kill(pid, SIGTERM);
+  waitpid(pid, &status, 0);
+  return status;
+}
+
+int Report(const Settings& settings, const Reports& reports, long signalsSent, int status) {
+  const Json::Value& done = reports.done;
+  bool ok = true;
+  auto fail = [&](const std::string& why) {
+    std::printf("FAIL: %s\n", why.c_str());
+    ok = false;
+  };
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    fail("tarn-run ended with status " +
+         std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)));
+  }
+  if (done.isNull()) {
+    fail("the script gave no summary");
+    return 1;
+  }
+  double rssFirst, rssLast, heapFirst, heapLast;
+  const double rss = GrowthPerHour(reports.samples, "rss", settings.warmup, &rssFirst, &rssLast);
+  const double heap =
+      GrowthPerHour(reports.samples, "heapUsed", settings.warmup, &heapFirst, &heapLast);
+  const double expectedInterrupts = done["fired"].asDouble() * done["fireEvents"].asDouble();
+  const double expectedDevices = done["btCalls"].asDouble() * done["bonded"].asDouble();
+  std::printf("soak: %.0f s of load, warm-up %.0f s, a sample every %.0f s (%zu samples)\n",
+              settings.seconds, settings.warmup, settings.sample, reports.samples.size());
+  std::printf("  RSS          %8.1f MB -> %8.1f MB   growth %+8.2f MB/h\n", rssFirst, rssLast, rss);
+  std::printf("  script heap  %8.2f MB -> %8.2f MB   growth %+8.3f MB/h\n", heapFirst, heapLast,
+              heap);
+  std::printf("  journal      %s entries so far (kept: the latest 200000)\n",
+              done["journal"].asString().c_str());
+  std::printf("  calls        %s (%s captures, %s heap snapshots), %s threw\n",
+              done["calls"].asString().c_str(), done["captures"].asString().c_str(),
+              done["snapshots"].asString().c_str(), done["errors"].asString().c_str());
+  std::printf(
+      "  events       %s signals of %ld sent, %s power interrupts of %.0f, %s devices of %.0f\n",
+      done["signals"].asString().c_str(), signalsSent, done["interrupts"].asString().c_str(),
+      expectedInterrupts, done["btDevices"].asString().c_str(), expectedDevices);
+  std::printf("  slowest call %s ms (%s); capture %s ms, heap snapshot %s ms\n",
+              done["slowest"]["ms"].asString().c_str(), done["slowest"]["name"].asString().c_str(),
+              done["slowestCapture"].asString().c_str(),
+              done["slowestSnapshot"].asString().c_str());
+  std::printf("  over 50 ms  ");
+  for (const auto& name : done["over50"].getMemberNames())
+    std::printf(" %s x%s", name.c_str(), done["over50"][name].asString().c_str());
+  std::printf("%s\n", done["over50"].empty() ? " none" : "");
+  if (done["errors"].asInt() != 0) fail("a call threw: " + done["firstError"].asString());
+  if (done["signals"].asDouble() != signalsSent) fail("signals were lost");
+  if (done["interrupts"].asDouble() != expectedInterrupts) fail("interrupts were lost");
+  if (done["btDevices"].asDouble() != expectedDevices) fail("devices were lost");
+  if (done["slowest"]["ms"].asDouble() > settings.maxCallMs) fail("a call was too slow");
+  if (rss > settings.maxGrowth) fail("RSS grows beyond " + std::to_string(settings.maxGrowth));
+  if (heap > settings.maxGrowth)
+    fail("the heap grows beyond " + std::to_string(settings.maxGrowth));
+  return ok ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Settings settings;
+  if (argc < 4 || !ParseSettings(argc, argv, &settings)) {
+    std::fprintf(stderr,
+                 "usage: %s TARN_RUN QDUTIL_LIBRARY SOAK_JS [--seconds N] [--warmup N] "
+                 "[--sample N] [--snapshot N] [--capture N] [--rate N] [--max-growth MB_PER_HOUR] "
+                 "[--max-call-ms N]\n",
+                 kProgram);
+    return 2;
+  }
+  PrivateBus bus;
+  if (!bus.start(kProgram)) return 1;
+  GDBusConnection* connection = connectToBus(bus.address(), kProgram);
+  roundTrip(connection);
+
+  auto text = [](double v) { return std::to_string(static_cast<long>(v)); };
+  std::vector<std::string> args{argv[1],
+                                "--expose-gc",
+                                "--log-level",
+                                "error",
+                                "--bridge",
+                                argv[2],
+                                argv[3],
+                                text(settings.sample),
+                                text(settings.snapshot),
+                                text(settings.capture)};
+  std::vector<std::string> env = bus.environment();
+  std::vector<char*> argp = argumentVector(args), envp = argumentVector(env);
+  GPid pid = 0;
+  int out = -1;
+  GError* error = nullptr;
+  if (!g_spawn_async_with_pipes(nullptr, argp.data(), envp.data(), G_SPAWN_DO_NOT_REAP_CHILD,
+                                nullptr, nullptr, &pid, nullptr, &out, nullptr, &error)) {
+    std::fprintf(stderr, "%s: cannot start tarn-run: %s\n", kProgram, error->message);
+    return 1;
+  }
+  Reports reports;
+  std::thread reader(ReadReports, out, &reports);
+
+  for (int i = 0; i < 6000 && !reports.ready && !reports.finished; ++i) g_usleep(50000);
+  long sent = 0;
+  if (reports.ready) {
+    const gint64 start = g_get_monotonic_time();
+    gint64 lastNote = start;
+    while (!reports.finished) {
+      const double elapsed = (g_get_monotonic_time() - start) / 1e6;
+      if (elapsed >= settings.seconds) break;
+      const long due = settings.rate > 0 ? static_cast<long>(elapsed * settings.rate) : 0;
+      for (; sent < due; ++sent) Emit(connection, "{\"soak\":1}");
+      if (g_get_monotonic_time() - lastNote > 60 * G_USEC_PER_SEC) {
+        lastNote = g_get_monotonic_time();
+        std::lock_guard<std::mutex> lock(reports.mutex);
+        if (!reports.samples.empty()) {
+          const Json::Value& s = reports.samples.back();
+          std::fprintf(stderr, "%s: %.0f s, RSS %.1f MB, heap %.2f MB, %s calls\n", kProgram,
+                       elapsed, s["rss"].asDouble() / (1 << 20),
+                       s["heapUsed"].asDouble() / (1 << 20), s["calls"].asString().c_str());
+        }
+      }
+      g_usleep(10000);
+    }
+    Emit(connection, "stop");
+    roundTrip(connection);
+  }
+  const int status = WaitFor(pid, 300);
+  reader.join();
+  g_spawn_close_pid(pid);
+  g_object_unref(connection);
+  return Report(settings, reports, sent, status);
+}
