@@ -1,10 +1,11 @@
 #include "debugger.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
+
+#include "beside_program.h"
 
 #ifndef TARN_DEBUGGER_LIBRARY
 #define TARN_DEBUGGER_LIBRARY "libtarndebugger.so"
@@ -24,16 +25,6 @@ InspectRequest g_request;
 using StartInspectorFunction = tarn::host::ScriptDebugger* (*)(const char*, const char*, int,
                                                                const char*, int*);
 
-// ../lib/NAME from the program's own folder, as the default bridge is found.
-std::string BesideProgram(const char* name) {
-  char self[4096];
-  ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (length <= 0) return name;
-  std::string path(self, static_cast<size_t>(length));
-  size_t slash = path.rfind('/');
-  return path.substr(0, slash == std::string::npos ? 0 : slash) + "/../lib/" + name;
-}
-
 }  // namespace
 
 gboolean inspectOption(const gchar* name, const gchar* value, gpointer, GError**) {
@@ -49,7 +40,7 @@ gboolean inspectOption(const gchar* name, const gchar* value, gpointer, GError**
 std::unique_ptr<tarn::host::ScriptDebugger> startDebugger(const std::string& target, int* status) {
   *status = 0;
   if (!g_request.given) return nullptr;
-  std::string path = BesideProgram(TARN_DEBUGGER_LIBRARY);
+  std::string path = besideProgram(TARN_DEBUGGER_LIBRARY);
   // Stays loaded until the process ends.
   void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) {

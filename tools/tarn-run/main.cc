@@ -15,6 +15,7 @@
 #include "AppConfig.h"
 #include "Logger.h"
 #include "TypesSource.h"
+#include "beside_program.h"
 #include "debugger.h"
 #include "engine_options.h"
 #include "equals_value.h"
@@ -46,24 +47,13 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   return parts;
 }
 
-// A library beside this program: ../lib/ from the executable's own folder,
-// in the build tree and in an installed tree alike.
-std::string BesideProgram(const char* library) {
-  char self[4096];
-  ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (length <= 0) return library;
-  std::string path(self, static_cast<size_t>(length));
-  size_t slash = path.rfind('/');
-  return path.substr(0, slash == std::string::npos ? 0 : slash) + "/../lib/" + library;
-}
-
 // The QDUtil bridge.
-std::string DefaultBridge() { return BesideProgram(TARN_DEFAULT_BRIDGE); }
+std::string DefaultBridge() { return besideProgram(TARN_DEFAULT_BRIDGE); }
 
 // The interactive prompt lives in a module of its own, loaded only when it
 // starts (its line editor costs a script run nothing). Null with a message.
 std::unique_ptr<tarn::host::Extension> LoadRepl(std::string* error) {
-  std::string path = BesideProgram(TARN_REPL_MODULE);
+  std::string path = besideProgram(TARN_REPL_MODULE);
   void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!module) {
     *error = std::string("cannot load the interactive prompt: ") + dlerror();

@@ -1,11 +1,12 @@
 #include "simview.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#include "beside_program.h"
 
 #ifndef TARN_SIM_VIEW_LIBRARY
 #define TARN_SIM_VIEW_LIBRARY "libtarnsimview.so"
@@ -21,15 +22,6 @@ struct ViewRequest {
   std::string value;
 };
 ViewRequest g_view;
-
-std::string BesideProgram(const char* name) {
-  char self[4096];
-  ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (length <= 0) return name;
-  std::string path(self, static_cast<size_t>(length));
-  size_t slash = path.rfind('/');
-  return path.substr(0, slash == std::string::npos ? 0 : slash) + "/../lib/" + name;
-}
 
 }  // namespace
 
@@ -50,7 +42,7 @@ bool simViewRequested() { return g_view.given; }
 std::unique_ptr<tarn::host::Extension> startSimView(int* status) {
   *status = 0;
   if (!g_view.given) return nullptr;
-  const std::string path = BesideProgram(TARN_SIM_VIEW_LIBRARY);
+  const std::string path = besideProgram(TARN_SIM_VIEW_LIBRARY);
   // Stays loaded until the process ends.
   void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) {
