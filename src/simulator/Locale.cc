@@ -6,7 +6,6 @@
 // set's windows would be shown in. A forced result (null only) makes the
 // call fail and do nothing else.
 #include <clocale>
-#include <utility>
 
 #include "Core.h"
 
