@@ -108,6 +108,7 @@ const std::vector<OperationInfo>& operationTable() {
       {"libc", "mktime", K::Int},
       {"libc", "clock_gettime", K::Int},
       {"libc", "prctl", K::Int},
+      {"libc", "setlocale", K::PointerNullOnly},
       {"DevicePath", "devicePath", K::TextOrNull},
   };
   return table;

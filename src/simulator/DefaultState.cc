@@ -18,6 +18,7 @@ const char* defaultStateJson() {
   },
   "av": { "audioMute": false, "videoMute": false, "welcomeMode": 1 },
   "display": { "width": 1920, "height": 1080 },
+  "window": { "language": null },
   "tv": {
     "sources": [
       { "id": 0, "name": "TV", "status": 1 },

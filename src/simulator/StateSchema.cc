@@ -76,6 +76,8 @@ const Node& schema() {
         {"av",
          object({{"audioMute", boolean()}, {"videoMute", boolean()}, {"welcomeMode", integer(0)}})},
         {"display", object({{"width", integer(16, 7680)}, {"height", integer(16, 4320)}})},
+        // The message language the bridge last asked for (null: none yet).
+        {"window", object({{"language", orNull(textNode())}})},
         {"tv", object({{"sources", listOf(source)},
                        {"currentSource", integer(0)},
                        {"subSource", orNull(integer(0))},

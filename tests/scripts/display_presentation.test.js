@@ -63,6 +63,27 @@ function windowLanguage() {
   tarn.log.stop();
 }
 
+// The simulated set keeps the language asked for, whether or not the PC has
+// the locale, and journals each call with the PC's answer.
+function windowLanguageOnTheSet() {
+  tarn.sim.reset();
+  tarn.sim.clearJournal();
+  check.equal(tarn.sim.get('window.language'), null, 'no language set yet: null');
+  q.updateWindowLanguage('fr_FR');
+  check.equal(tarn.sim.get('window.language'), 'fr_FR', 'the language set: window.language');
+  q.updateWindowLanguage('C');
+  check.equal(tarn.sim.get('window.language'), 'C', 'a later language replaces it');
+  const calls = tarn.sim.journal('libc.setlocale');
+  check.sameJson(calls.map((c) => c.arguments), [[5, 'fr_FR'], [5, 'C']],
+                 'setlocale(LC_MESSAGES, text), journaled');
+  check.equal(calls[1].result, 'C', 'the PC\'s answer is the call\'s result');
+  tarn.sim.forceResult('setlocale', null);
+  check.equal(q.updateWindowLanguage('de_DE'), true, 'a failing setlocale: still true');
+  check.equal(tarn.sim.get('window.language'), 'C', 'and the language is left as it was');
+  q.updateWindowLanguage();
+  check.equal(tarn.sim.get('window.language'), 'undefined', 'no argument: the converted text');
+}
+
 // --- screen saver -----------------------------------------------------------
 
 function screenSaver() {
@@ -184,6 +205,7 @@ async function playAudio() {
 (async () => {
   stageHint();
   windowLanguage();
+  windowLanguageOnTheSet();
   screenSaver();
   await playAudio();
   check.done();

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -17,6 +18,9 @@
 #include "rua.h"
 #include "system_info.h"
 #include "vconf.h"
+
+// The bridge's setlocale off the set (linked with --wrap=setlocale).
+extern "C" char* __wrap_setlocale(int category, const char* locale);
 
 namespace {
 
@@ -151,6 +155,33 @@ TEST_F(ServicesTest, SetTimeOfDayKeepsTheSetsClockAndRefusesNegativeTimes) {
   EXPECT_EQ(-1, qd_settimeofday(-1, 0, 0));
   EXPECT_EQ(EINVAL, errno);
   EXPECT_EQ(1500000000, get("clock.lastSet.seconds").asInt64());
+}
+
+TEST_F(ServicesTest, MessageLanguageIsKeptWhetherOrNotThePcHasIt) {
+  EXPECT_TRUE(get("window.language").isNull());
+  const char* asked = __wrap_setlocale(LC_MESSAGES, "C");
+  ASSERT_NE(nullptr, asked);
+  EXPECT_STREQ("C", asked);
+  EXPECT_EQ("C", get("window.language").asString());
+  auto entries = calls("libc", "setlocale");
+  ASSERT_EQ(1u, entries.size());
+  EXPECT_EQ(LC_MESSAGES, entries[0].arguments[0].asInt());
+  EXPECT_EQ("C", entries[0].arguments[1].asString());
+  EXPECT_EQ("C", entries[0].result.asString());
+
+  // No such locale on the PC: the call fails there, the set keeps the name.
+  EXPECT_EQ(nullptr, __wrap_setlocale(LC_MESSAGES, "xx_NOWHERE.UTF-8"));
+  EXPECT_EQ("xx_NOWHERE.UTF-8", get("window.language").asString());
+  EXPECT_TRUE(calls("libc", "setlocale")[1].result.isNull());
+
+  // A query, another category and a forced failure leave it alone.
+  EXPECT_STREQ("C", __wrap_setlocale(LC_MESSAGES, nullptr));
+  EXPECT_NE(nullptr, __wrap_setlocale(LC_TIME, "C"));
+  force("setlocale", Json::Value());
+  EXPECT_EQ(nullptr, __wrap_setlocale(LC_MESSAGES, "C"));
+  EXPECT_TRUE(calls("libc", "setlocale")[4].forced);
+  EXPECT_EQ("xx_NOWHERE.UTF-8", get("window.language").asString());
+  EXPECT_EQ(5u, calls("libc", "setlocale").size());
 }
 
 // Devices seen by the enumeration callback, in order, with the thread.

@@ -60,6 +60,9 @@ try {
   for (const name of sections) check(await region(name).count() === 1, `landmark "${name}"`);
   await region('Audio and video').getByText('wm.policy.win.brightness=1').waitFor();
   check(true, 'the stage hint the script set shows in Audio and video');
+  const languageShown = () => region('Audio and video').getByText('Window language')
+    .locator('xpath=following-sibling::dd[1]').textContent();
+  check(await languageShown() === 'not set', 'no window language before the script sets one');
   await accessibility(page);
 
   // The remote: power key, then standby and a wake-up the script hears.
@@ -94,6 +97,9 @@ try {
   await waitFor(run, () => run.stdout.includes('channel: Channel 9'), 10000, 'tarn.sim.get to agree');
   check(true, 'tarn.sim.get agrees with the value set in the page');
   await region('Sources').getByText('Channel 9 (on TV (0))').waitFor({ timeout: 5000 });
+  // The script answers the new channel with updateWindowLanguage('fr_FR').
+  await region('Audio and video').getByText('fr_FR', { exact: true }).waitFor({ timeout: 10000 });
+  check(await languageShown() === 'fr_FR', 'the window language the script set shows in Audio and video');
 
   // The journal, filtered.
   await page.getByLabel('Library filter').fill('view');
@@ -117,6 +123,8 @@ try {
   const errors = await page.locator('#log-rows tr').count();
   check(traced > 0 && errors < traced, `log lines by level: ${traced} at trace, ${errors} at error`);
   await page.getByLabel('Log level').selectOption('2');
+
+  await clockControls(page, region);
 
   mkdirSync(artefacts, { recursive: true });
   await page.screenshot({ path: join(artefacts, 'sim-view.png'), fullPage: true });
@@ -151,4 +159,40 @@ async function accessibility(page) {
   }
   const missed = ids.filter((id) => !reached.has(id));
   check(missed.length === 0, `Tab reaches all ${ids.length} controls${missed.length ? `; missed ${missed}` : ''}`);
+}
+
+// The Clock section's controls steer what the script reads: it prints each
+// reading of a clock that stands still (wall seconds, session milliseconds
+// from the monotonic clock) and "clock: running" when it runs again.
+async function clockControls(page, region) {
+  const readings = () => run.stdout.split('\n').filter((l) => /^clock: -?\d/.test(l))
+    .map((l) => l.split(' ').slice(1).map(Number));
+  const before = readings().length;
+  const next = (n, what) => waitFor(run, () => readings()[before + n], 10000, what);
+  const button = (name) => page.getByRole('button', { name, exact: true });
+
+  await button('Pause clock').click();
+  const [wall, session] = await next(0, 'the script to read a paused clock');
+  check(Math.abs(wall - Date.now() / 1000) < 30, `paused: the script reads the wall clock where it stood (${wall})`);
+  await region('Clock').getByText(`fixed at ${wall} (`).waitFor({ timeout: 5000 });
+  check(await region('Clock').getByText('Monotonic').locator('xpath=following-sibling::dd[1]')
+    .textContent() !== "the PC's clock", 'the Clock section shows both clocks fixed');
+
+  await page.getByLabel('Seconds to step').fill('60');
+  await button('Step clock').click();
+  const [wall2, session2] = await next(1, 'the script to read the stepped clock');
+  check(wall2 === wall + 60 && Math.abs(session2 - session - 60000) < 0.5,
+    `stepped 60 s: wall ${wall} → ${wall2}, session ${session} → ${session2} ms`);
+
+  await page.getByLabel('Clock date').fill('2030-01-01T00:00');
+  await button('Set clock').click();
+  const [wall3, session3] = await next(2, 'the script to read the date set');
+  const expected = Math.floor(new Date('2030-01-01T00:00').getTime() / 1000);
+  check(wall3 === expected && session3 === session2,
+    `set to a date: wall ${wall3} (expected ${expected}), session still ${session3} ms`);
+
+  await button('Resume clock').click();
+  await waitFor(run, () => run.stdout.includes('clock: running'), 10000, 'the clock to run again');
+  await region('Clock').getByText("the PC's clock", { exact: true }).waitFor({ timeout: 5000 });
+  check(true, 'resumed: the script reads a running clock and the Clock section says the PC\'s');
 }

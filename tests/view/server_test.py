@@ -5,6 +5,7 @@
 Starts tarn-run --sim-view on a free port (port 0) and talks HTTP and
 WebSocket to it with plain sockets, as a careless or hostile client would.
 """
+import json
 import os
 import re
 import socket
@@ -111,6 +112,62 @@ def case_websocket_limits():
     check(closed, "a message over the limit ends the session")
     ws.close()
     still_serving(run, "an oversized message")
+    check(run.stop() == 130, "Ctrl+C ends the run with 130")
+
+
+def case_clock():
+    run = Run("--sim-view=127.0.0.1:0")
+    ws = WebSocket(run.port)
+    ws.receive()
+    first = ws.until(lambda m: m.get("type") == "update" and "state" in m, "the state")
+    shown = [first["state"]["clock"]]
+
+    # The reply, and the update that shows the clock changed (either first).
+    def clock_after(command, what):
+        ws.send(json.dumps(dict(command, id=1)))
+        reply = None
+        while reply is None or shown[-1] == shown[0]:
+            message = ws.receive()
+            if message is None:
+                raise SystemExit("the server closed after " + what)
+            if message.get("type") == "reply" and message.get("id") == 1:
+                reply = message
+            elif message.get("type") == "update" and "state" in message:
+                shown.append(message["state"]["clock"])
+        check(reply.get("ok") is True, "%s: %s" % (what, reply))
+        del shown[:-1]
+        return shown[0]
+
+    clock = clock_after({"command": "clock", "action": "pause"}, "pause")
+    wall, monotonic = clock["wallTime"], clock["monotonic"]
+    check(wall is not None and abs(wall - time.time()) < 10,
+          "pause fixes the wall clock where it stands: %s" % wall)
+    check(monotonic is not None and abs(monotonic["sec"] - time.monotonic()) < 10,
+          "and the monotonic clock where it stands: %s" % monotonic)
+    check(ws.command({"id": 2, "command": "clock", "action": "pause"})["ok"], "pause again")
+    clock = clock_after({"command": "clock", "action": "step", "seconds": 60}, "step")
+    check(clock["wallTime"] == wall + 60 and clock["monotonic"] ==
+          {"sec": monotonic["sec"] + 60, "nsec": monotonic["nsec"]},
+          "a step moves both clocks on from where they stood: %s" % clock)
+    clock = clock_after({"command": "clock", "action": "set", "wallTime": 1893456000}, "set")
+    check(clock["wallTime"] == 1893456000 and clock["monotonic"]["sec"] == monotonic["sec"] + 60,
+          "a date sets the wall clock; the monotonic one stands still: %s" % clock)
+    refused = {
+        "unknown": {"action": "rewind"},
+        "no action": {},
+        "text step": {"action": "step", "seconds": "60"},
+        "fraction": {"action": "step", "seconds": 1.5},
+        "huge step": {"action": "step", "seconds": 1 << 50},
+        "before boot": {"action": "step", "seconds": -(monotonic["sec"] + 3600)},
+        "text date": {"action": "set", "wallTime": "2030-01-01"},
+    }
+    for what, command in refused.items():
+        reply = ws.command(dict(command, id=3, command="clock"))
+        check(reply.get("ok") is False and reply.get("error"), "%s refused: %s" % (what, reply.get("error")))
+    clock = clock_after({"command": "clock", "action": "resume"}, "resume")
+    check(clock["wallTime"] is None and clock["monotonic"] is None,
+          "resume gives both back to the PC: %s" % clock)
+    ws.close()
     check(run.stop() == 130, "Ctrl+C ends the run with 130")
 
 

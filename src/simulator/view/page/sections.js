@@ -129,6 +129,7 @@ function drawAudioVideo(state, host) {
     ['Video muted', yesNo(state.av.videoMute)],
     ['Screen saver', state.screenSaver.active ? `active (${state.screenSaver.type || 'default'})` : 'inactive'],
     ['Welcome mode', state.av.welcomeMode],
+    ['Window language', state.window.language === null ? 'not set' : state.window.language],
     ['Stage hints', hints.map(([hint, value]) => `${hint}=${value}`).join(', ') || 'none'],
   ]));
   document.getElementById('mute-audio').setAttribute('aria-pressed', String(!!state.av.audioMute));

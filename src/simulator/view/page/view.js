@@ -59,6 +59,10 @@ function send(command) {
 
 function describe(command) {
   if (command.command === 'fire') return `${command.event} ${JSON.stringify(command.arguments)}`;
+  if (command.command === 'clock') {
+    return `clock ${command.action}` + ('seconds' in command ? ` ${command.seconds} s` : '') +
+      ('wallTime' in command ? ` to ${new Date(command.wallTime * 1000).toISOString()}` : '');
+  }
   return `${command.command} ${command.path}${'value' in command ? ` = ${JSON.stringify(command.value)}` : ''}`;
 }
 
@@ -66,7 +70,7 @@ const fire = (event, ...args) => send({ command: 'fire', event, arguments: args 
 const set = (path, value) => send({ command: 'set', path, value });
 const number = (id) => Number(document.getElementById(id).value);
 const text = (id) => document.getElementById(id).value;
-const nowSeconds = () => Math.floor(Date.now() / 1000);
+const clock = (how) => send({ command: 'clock', ...how });
 
 const actions = {
   'power-key': () => fire('powerKey'),
@@ -88,19 +92,18 @@ const actions = {
     }
     return set(text('state-path'), value);
   },
-  // The bridge's clock, steered through clock.wallTime: fixed (paused),
-  // moved on, set to a date, or the PC's own again.
-  'clock-pause': () => set('clock.wallTime', state && state.clock.wallTime !== null ? state.clock.wallTime : nowSeconds()),
-  'clock-resume': () => set('clock.wallTime', null),
-  'clock-step': () => set('clock.wallTime',
-    (state && state.clock.wallTime !== null ? state.clock.wallTime : nowSeconds()) + number('clock-step-seconds')),
+  // The bridge's clocks (wall and monotonic): the server fixes them where
+  // they stand, moves them on, sets the date, or gives them back to the PC.
+  'clock-pause': () => clock({ action: 'pause' }),
+  'clock-resume': () => clock({ action: 'resume' }),
+  'clock-step': () => clock({ action: 'step', seconds: Math.trunc(number('clock-step-seconds')) }),
   'clock-set': () => {
     const when = Date.parse(text('clock-date'));
     if (Number.isNaN(when)) {
       result.textContent = 'Refused: choose a date first';
       return null;
     }
-    return set('clock.wallTime', Math.floor(when / 1000));
+    return clock({ action: 'set', wallTime: Math.floor(when / 1000) });
   },
 };
 
