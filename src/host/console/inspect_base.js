@@ -29,6 +29,7 @@ const SymbolFor = Symbol.for;
 const TypedArrayPrototype = ReflectPrototypeOf(Uint8Array.prototype);
 
 const ArraySort = method(Array.prototype, 'sort');
+const ArrayJoin = method(Array.prototype, 'join');
 const StringSlice = method(String.prototype, 'slice');
 const StringCharCodeAt = method(String.prototype, 'charCodeAt');
 const StringCodePointAt = method(String.prototype, 'codePointAt');
@@ -87,10 +88,12 @@ function append(list, item) {
   list[list.length] = item;
 }
 
+// The lists joined are the formatter's own lists of texts. Joining copies
+// them into one flat text: a deep structure's output then survives each
+// young-generation collection as a few long strings, not as a tree of
+// thousands of small concatenations the collector has to copy one by one.
 function joinList(list, separator) {
-  let text = '';
-  for (let i = 0; i < list.length; i++) text += i === 0 ? list[i] : separator + list[i];
-  return text;
+  return ArrayJoin(list, separator);
 }
 
 const spaceTexts = [''];

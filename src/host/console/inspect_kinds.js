@@ -130,15 +130,20 @@ function arrayEntries(ctx, value, recurseTimes) {
   let present;
   let next = 0;
   while (index < length && output.length < ctx.maxArrayLength) {
-    if (present === undefined && HasOwn(value, index)) {
-      append(output, entryText(ctx, value, recurseTimes, index));
-      index++;
-      continue;
+    if (present === undefined) {
+      // One read tells whether the entry is there and what it holds.
+      const descriptor = ReflectDescriptor(value, index);
+      if (descriptor !== undefined) {
+        append(output, formatProperty(ctx, value, recurseTimes, index, kArrayType, descriptor));
+        index++;
+        continue;
+      }
+      present = natives.indices(value);
     }
-    if (present === undefined) present = natives.indices(value);
     while (next < present.length && present[next] < index) next++;
     if (next < present.length && present[next] === index) {
-      append(output, entryText(ctx, value, recurseTimes, index));
+      append(output, formatProperty(ctx, value, recurseTimes, index, kArrayType,
+                                    ReflectDescriptor(value, index)));
       index++;
       continue;
     }
@@ -149,11 +154,6 @@ function arrayEntries(ctx, value, recurseTimes) {
   }
   if (index < length) append(output, moreItems(length - index));
   return output;
-}
-
-function entryText(ctx, value, recurseTimes, index) {
-  return formatProperty(ctx, value, recurseTimes, index, kArrayType,
-                        ReflectDescriptor(value, index));
 }
 
 // Whether the first `count` elements are all numbers or bigints: columns of
