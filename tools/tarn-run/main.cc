@@ -14,7 +14,6 @@
 
 #include "AppConfig.h"
 #include "Logger.h"
-#include "TypesSource.h"
 #include "beside_program.h"
 #include "debugger.h"
 #include "engine_options.h"
@@ -22,6 +21,7 @@
 #include "extensions.h"
 #include "simview.h"
 #include "tarn/host/Host.h"
+#include "types_text.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
@@ -207,14 +207,6 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
   return parsed;
 }
 
-// The script API's declarations (qdutil.d.ts), built into the program.
-int PrintTypes() {
-  using tarn::host::embedded::kScriptTypes;
-  using tarn::host::embedded::kScriptTypesLength;
-  bool written = std::fwrite(kScriptTypes, 1, kScriptTypesLength, stdout) == kScriptTypesLength;
-  return written && std::fflush(stdout) == 0 ? 0 : 1;
-}
-
 // The log threshold from -l, else from TARN_LOG_LEVEL; false (status 2) for
 // a value that is neither a level's name nor its number.
 bool SetLogLevel(const char* option) {
@@ -324,7 +316,7 @@ int main(int argc, char* argv[]) {
     std::printf("tarn-run %s (V8 %s)\n", TARN_VERSION, v8::V8::GetVersion());
     return 0;
   }
-  if (line.types) return PrintTypes();
+  if (line.types) return printTypes();
   if (line.engine.listOptions) {
     listEngineOptions();
     return 0;
