@@ -117,8 +117,7 @@ bool SpecifierPath(v8::Isolate* isolate, const std::string& directory, const std
                    const Importer& importer, std::string* path) {
   // The file system would read the name only up to the NUL.
   if (specifier.find('\0') != std::string::npos) {
-    Throw(isolate, true,
-          "The module specifier imported from " + importer.Text() + " must not contain NUL",
+    Throw(isolate, true, "A module name in " + importer.Text() + " holds a NUL character",
           "ERR_INVALID_MODULE_SPECIFIER");
     return false;
   }
@@ -129,8 +128,8 @@ bool SpecifierPath(v8::Isolate* isolate, const std::string& directory, const std
   std::string scheme = UrlScheme(specifier);
   if (scheme.empty()) {
     Throw(isolate, false,
-          "Bare specifier '" + specifier + "' imported from " + importer.Text() +
-              " is not supported by tarn-run, which has no packages: name the file by a relative "
+          "'" + specifier + "' in " + importer.Text() +
+              " names a package, and tarn-run has none: name the module's file by a relative "
               "path (\"./\", \"../\"), an absolute path or a file: URL",
           "ERR_MODULE_NOT_FOUND");
     return false;
@@ -139,16 +138,17 @@ bool SpecifierPath(v8::Isolate* isolate, const std::string& directory, const std
   for (char& c : lowered) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   if (lowered != "file") {
     Throw(isolate, false,
-          "Only file: URLs are supported by tarn-run; received '" + specifier + "' imported from " +
-              importer.Text(),
+          "'" + specifier + "' in " + importer.Text() +
+              ": tarn-run loads modules from files, named by path or file: URL",
           "ERR_UNSUPPORTED_ESM_URL_SCHEME");
     return false;
   }
   std::string decoded;
   if (!FileUrlPath(specifier, &decoded)) {
     Throw(isolate, true,
-          "Invalid file: URL '" + specifier + "' imported from " + importer.Text() +
-              ": it must name an absolute path on this host, without an encoded \"/\"",
+          "'" + specifier + "' in " + importer.Text() +
+              " is no file of this host: a file: URL names an absolute path, without an "
+              "encoded \"/\"",
           "ERR_INVALID_FILE_URL_PATH");
     return false;
   }
