@@ -1,11 +1,11 @@
 // console: native methods that keep the console's state (group indentation,
 // counters, timers) and write whole lines; how values look is decided by the
 // embedded formatter (console/*.js, with its engine helpers in
-// console/InspectNatives.cc), compiled in a context on the first call that
+// console/ValueProbes.cc), compiled in a context on the first call that
 // needs it. Lines of plain texts are joined here without it, so a script
 // that only logs texts never compiles it.
 #include "console/Console.h"
-#include "console/InspectNatives.h"
+#include "console/ValueProbes.h"
 #include "engine/ScriptText.h"
 
 #include <unistd.h>
@@ -94,7 +94,7 @@ v8::MaybeLocal<v8::Object> Formatter(v8::Local<v8::Context> context) {
   v8::Local<v8::Function> factory;
   v8::Local<v8::Object> natives;
   if (!v8::ScriptCompiler::CompileFunction(context, &source, 1, parameters).ToLocal(&factory) ||
-      !MakeInspectNatives(context).ToLocal(&natives)) {
+      !MakeValueProbes(context).ToLocal(&natives)) {
     return {};
   }
   v8::Local<v8::Value> argv[] = {natives};

@@ -2,7 +2,7 @@
 // other place that shows a script value to a person. Its output matches
 // node's util.inspect and util.format (docs/host.md, "The console"); the
 // formatter itself is script code embedded in the host (console/*.js, with
-// engine helpers in console/InspectNatives.cc), compiled in a context on its
+// engine helpers in console/ValueProbes.cc), compiled in a context on its
 // first use there.
 #pragma once
 

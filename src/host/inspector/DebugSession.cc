@@ -26,8 +26,8 @@
 #include <vector>
 
 #include "engine/Runtime.h"
-#include "inspector/ConsoleHelp.h"
-#include "inspector/DebugServer.h"
+#include "inspector/ApiHelpCommand.h"
+#include "inspector/DebuggerEndpoints.h"
 #include "inspector/InspectorText.h"
 
 #ifndef TARN_VERSION

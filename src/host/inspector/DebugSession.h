@@ -1,5 +1,5 @@
 // The debugger behind tarn-run --inspect and --inspect-brk: V8's inspector
-// on the script thread, reached through the DebugServer.h server. It lives in a
+// on the script thread, reached through the DebuggerEndpoints.h server. It lives in a
 // library of its own (libtarndebugger.so) that tarn-run loads only when one
 // of the options is given, so a run without them neither loads nor starts
 // anything of it.

@@ -1,6 +1,6 @@
 // The debugger's side of the shared server: discovery answers and sessions
 // on /<target id>; the connections themselves are the shared server's.
-#include "inspector/DebugServer.h"
+#include "inspector/DebuggerEndpoints.h"
 
 #include <json/json.h>
 

@@ -56,7 +56,7 @@ class InspectorServer {
   // have been pointed here (DNS rebinding). An empty header passes.
   static bool AllowedHost(const std::string& hostHeader);
 
-  // The state the connections share, known to DebugServer.cc only.
+  // The state the connections share, known to DebuggerEndpoints.cc only.
   struct Impl;
 
  private:

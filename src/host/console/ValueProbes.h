@@ -10,7 +10,7 @@ namespace host {
 
 // An object holding the formatter's native helpers; empty with an exception
 // pending when the engine could not make it.
-v8::MaybeLocal<v8::Object> MakeInspectNatives(v8::Local<v8::Context> context);
+v8::MaybeLocal<v8::Object> MakeValueProbes(v8::Local<v8::Context> context);
 
 }  // namespace host
 }  // namespace tarn

@@ -1,6 +1,6 @@
 // The formatter's native helpers. Each one reads engine state directly, so
 // that printing a value never runs a getter, a proxy trap or an iterator.
-#include "console/InspectNatives.h"
+#include "console/ValueProbes.h"
 
 #include <vector>
 
@@ -195,7 +195,7 @@ constexpr Helper kHelpers[] = {
 
 }  // namespace
 
-v8::MaybeLocal<v8::Object> MakeInspectNatives(v8::Local<v8::Context> context) {
+v8::MaybeLocal<v8::Object> MakeValueProbes(v8::Local<v8::Context> context) {
   v8::Isolate* isolate = context->GetIsolate();
   v8::EscapableHandleScope scope(isolate);
   v8::Local<v8::Object> natives = v8::Object::New(isolate);

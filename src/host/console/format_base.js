@@ -3,7 +3,7 @@
 // changes nothing, and the texts of primitive values.
 //
 // The parts are joined at build time into the body of one function whose
-// argument `natives` holds the engine helpers (console/InspectNatives.cc);
+// argument `natives` holds the engine helpers (console/ValueProbes.cc);
 // the last part returns the formatter's entry points.
 'use strict';
 

@@ -2,7 +2,7 @@
 // method's reference text as a string, which the debugger's console shows.
 // A method is recognised by its function's name: the bridge names each one
 // after its script name.
-#include "inspector/ConsoleHelp.h"
+#include "inspector/ApiHelpCommand.h"
 
 #include <string>
 
