@@ -523,6 +523,18 @@ std::vector<JournalEntry> Simulator::journal() {
   return std::vector<JournalEntry>(core.journal.begin(), core.journal.end());
 }
 
+namespace {
+
+// "library.operation" spelled by `name`, without building the text.
+bool isQualifiedName(const JournalEntry& e, const std::string& name) {
+  const size_t dot = e.library.size();
+  return name.size() == dot + 1 + e.operation.size() && name[dot] == '.' &&
+         name.compare(0, dot, e.library) == 0 &&
+         name.compare(dot + 1, std::string::npos, e.operation) == 0;
+}
+
+}  // namespace
+
 bool Simulator::journal(const std::string& filter, std::vector<JournalEntry>* entries,
                         std::string* error) {
   entries->clear();
@@ -531,11 +543,16 @@ bool Simulator::journal(const std::string& filter, std::vector<JournalEntry>* en
   const std::vector<const detail::OperationInfo*> named = detail::operationsNamed(filter);
   const std::string full =
       named.size() == 1 ? std::string(named[0]->library) + "." + named[0]->operation : "";
-  for (auto& e : journal()) {
-    const std::string qualified = e.library + "." + e.operation;
-    if (filter.empty() || filter == e.operation || filter == qualified || filter == e.library ||
-        qualified == full) {
-      entries->push_back(std::move(e));
+  {
+    // Only the matches are copied: a copy of the whole journal, at its bound,
+    // is some hundred megabytes of small blocks made and freed at once.
+    Core& core = Core::instance();
+    std::lock_guard<std::mutex> lock(core.journalMutex);
+    for (const JournalEntry& e : core.journal) {
+      if (filter.empty() || filter == e.operation || filter == e.library ||
+          isQualifiedName(e, filter) || (!full.empty() && isQualifiedName(e, full))) {
+        entries->push_back(e);
+      }
     }
   }
   // A name that no operation has, rather than an operation not called yet:
