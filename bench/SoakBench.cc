@@ -2,20 +2,27 @@
 //
 //   soak_bench TARN_RUN QDUTIL_LIBRARY SOAK_JS [--seconds N] [--warmup N]
 //              [--sample N] [--snapshot N] [--capture N] [--rate N]
-//              [--max-growth MB_PER_HOUR] [--max-call-ms N]
+//              [--max-growth MB_PER_HOUR] [--max-rss-growth MB_PER_HOUR]
+//              [--max-call-ms N] [--probe PATH]
 //
 // tarn-run runs SOAK_JS (every bound method in a mix, power events fired
 // from the simulated TV's thread, Bluetooth enumerations, captures and heap
 // snapshots) while this program sends the home screen's signals on a private
-// bus at RATE per second. The script samples its footprint every --sample
-// seconds (after a full collection). After --seconds the program says
-// "stop", and prints the growth per hour of RSS and of the script heap after
-// the warm-up (least squares over the samples), the calls and events, and
-// the slowest call. It fails (status 1) when the run fails, an event is
-// missing, a call threw, a call other than a capture or snapshot took longer
-// than --max-call-ms, or the growth of RSS or of the script heap is beyond
-// --max-growth. Heap snapshots stay with the engine's heap profiler for the
-// life of the process, so each one taken adds to RSS.
+// bus at RATE per second. Beside QDUtil it loads the measuring bridge PATH
+// (default: libsoak_probe.so in ../lib from this program), which reads the
+// allocator's bytes in use. The script samples its footprint every --sample
+// seconds (after a full collection). After --seconds the program says "stop",
+// and prints the growth per hour after the warm-up (least squares over the
+// samples) of RSS, of the allocator's bytes in use and of the script heap,
+// the calls and events, and the slowest call.
+//
+// Heap snapshots stay with the engine's heap profiler for the life of the
+// process, so each one taken adds to the footprint: the script measures the
+// bytes in use each one added, and the growth is also given without them. It
+// fails (status 1) when the run fails, an event is missing, a call threw, a
+// call other than a capture or snapshot took longer than --max-call-ms, the
+// bytes in use or the script heap grow, apart from the snapshots, beyond
+// --max-growth, or RSS does so beyond --max-rss-growth (default: the same).
 #include <fcntl.h>
 #include <json/json.h>
 #include <signal.h>
@@ -26,6 +33,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -39,7 +47,8 @@ const char kProgram[] = "soak_bench";
 
 struct Settings {
   double seconds = 300, warmup = 120, sample = 5, snapshot = 180, capture = 10, rate = 20;
-  double maxGrowth = 1, maxCallMs = 50;
+  double maxGrowth = 1, maxRssGrowth = -1, maxCallMs = 50;
+  std::string probe;
 };
 
 // What the script reported, filled by the reader thread.
@@ -55,8 +64,13 @@ bool ParseSettings(int argc, char** argv, Settings* s) {
   const std::pair<const char*, double*> names[] = {
       {"--seconds", &s->seconds},      {"--warmup", &s->warmup},        {"--sample", &s->sample},
       {"--snapshot", &s->snapshot},    {"--capture", &s->capture},      {"--rate", &s->rate},
-      {"--max-growth", &s->maxGrowth}, {"--max-call-ms", &s->maxCallMs}};
+      {"--max-growth", &s->maxGrowth}, {"--max-call-ms", &s->maxCallMs},
+      {"--max-rss-growth", &s->maxRssGrowth}};
   for (int i = 4; i < argc; i += 2) {
+    if (std::strcmp(argv[i], "--probe") == 0 && i + 1 < argc) {
+      s->probe = argv[i + 1];
+      continue;
+    }
     bool known = false;
     for (const auto& name : names) {
       if (std::strcmp(argv[i], name.first) != 0 || i + 1 >= argc) continue;
@@ -68,6 +82,14 @@ bool ParseSettings(int argc, char** argv, Settings* s) {
       std::fprintf(stderr, "%s: bad option %s\n", kProgram, argv[i]);
       return false;
     }
+  }
+  if (s->maxRssGrowth < 0) s->maxRssGrowth = s->maxGrowth;
+  if (s->probe.empty()) {
+    gchar* self = g_file_read_link("/proc/self/exe", nullptr);
+    gchar* bin = g_path_get_dirname(self ? self : argv[0]);
+    s->probe = std::string(bin) + "/../lib/libsoak_probe.so";
+    g_free(bin);
+    g_free(self);
   }
   return true;
 }
@@ -104,14 +126,28 @@ void ReadReports(int fd, Reports* reports) {
   reports->finished = true;
 }
 
-// Least-squares slope of `field` over the samples from `from` seconds on, in
-// megabytes per hour; also the first and last value there.
-double GrowthPerHour(const std::vector<Json::Value>& samples, const char* field, double from,
+using Measure = std::function<double(const Json::Value&)>;
+
+Measure field(const char* name) {
+  return [name](const Json::Value& sample) { return sample[name].asDouble(); };
+}
+
+// A measure less what the heap snapshots taken so far have added to the
+// bytes in use.
+Measure apartFromSnapshots(const char* name) {
+  return [name](const Json::Value& sample) {
+    return sample[name].asDouble() - sample["snapshotKept"].asDouble();
+  };
+}
+
+// Least-squares slope of `measure` over the samples from `from` seconds on,
+// in megabytes per hour; also the first and last value there.
+double GrowthPerHour(const std::vector<Json::Value>& samples, const Measure& measure, double from,
                      double* first, double* last) {
   double n = 0, st = 0, sv = 0, stt = 0, stv = 0;
   *first = *last = 0;
   for (const Json::Value& sample : samples) {
-    const double t = sample["t"].asDouble(), v = sample[field].asDouble() / (1 << 20);
+    const double t = sample["t"].asDouble(), v = measure(sample) / (1 << 20);
     if (t < from) continue;
     if (n == 0) *first = v;
     *last = v;
@@ -140,6 +176,51 @@ int WaitFor(GPid pid, double seconds) {
   return status;
 }
 
+struct Growth {
+  double first = 0, last = 0, perHour = 0;
+};
+
+Growth GrowthOf(const Reports& reports, double from, const Measure& measure) {
+  Growth growth;
+  growth.perHour = GrowthPerHour(reports.samples, measure, from, &growth.first, &growth.last);
+  return growth;
+}
+
+void PrintGrowth(const char* name, const Growth& growth) {
+  std::printf("  %-30s %8.2f MB -> %8.2f MB   growth %+8.2f MB/h\n", name, growth.first,
+              growth.last, growth.perHour);
+}
+
+// The footprint's growth, with and without what the heap snapshots kept;
+// false when one checked is beyond its bound.
+bool ReportGrowth(const Settings& settings, const Reports& reports, std::string* why) {
+  const double from = settings.warmup;
+  const Growth rss = GrowthOf(reports, from, field("rss"));
+  const Growth rssApart = GrowthOf(reports, from, apartFromSnapshots("rss"));
+  const Growth used = GrowthOf(reports, from, field("inUse"));
+  const Growth usedApart = GrowthOf(reports, from, apartFromSnapshots("inUse"));
+  const Growth heap = GrowthOf(reports, from, field("heapUsed"));
+  const Growth heapTotal = GrowthOf(reports, from, field("heapTotal"));
+  PrintGrowth("RSS", rss);
+  PrintGrowth("RSS apart from snapshots", rssApart);
+  PrintGrowth("bytes in use", used);
+  PrintGrowth("bytes in use apart from snapshots", usedApart);
+  PrintGrowth("script heap used", heap);
+  PrintGrowth("script heap total", heapTotal);
+  const Json::Value& done = reports.done;
+  std::printf("  heap snapshots kept %.2f MB in use (%.2f MB of RSS) over %s snapshots\n",
+              done["snapshotKept"].asDouble() / (1 << 20),
+              done["snapshotKeptRss"].asDouble() / (1 << 20), done["snapshots"].asString().c_str());
+  auto beyond = [why](const char* name, const Growth& growth, double bound) {
+    if (growth.perHour <= bound) return false;
+    *why = std::string(name) + " grows beyond " + std::to_string(bound) + " MB/h";
+    return true;
+  };
+  return !(beyond("RSS apart from snapshots", rssApart, settings.maxRssGrowth) ||
+           beyond("the bytes in use apart from snapshots", usedApart, settings.maxGrowth) ||
+           beyond("the script heap", heap, settings.maxGrowth));
+}
+
 int Report(const Settings& settings, const Reports& reports, long signalsSent, int status) {
   const Json::Value& done = reports.done;
   bool ok = true;
@@ -155,17 +236,12 @@ int Report(const Settings& settings, const Reports& reports, long signalsSent, i
     fail("the script gave no summary");
     return 1;
   }
-  double rssFirst, rssLast, heapFirst, heapLast;
-  const double rss = GrowthPerHour(reports.samples, "rss", settings.warmup, &rssFirst, &rssLast);
-  const double heap =
-      GrowthPerHour(reports.samples, "heapUsed", settings.warmup, &heapFirst, &heapLast);
   const double expectedInterrupts = done["fired"].asDouble() * done["fireEvents"].asDouble();
   const double expectedDevices = done["btCalls"].asDouble() * done["bonded"].asDouble();
   std::printf("soak: %.0f s of load, warm-up %.0f s, a sample every %.0f s (%zu samples)\n",
               settings.seconds, settings.warmup, settings.sample, reports.samples.size());
-  std::printf("  RSS          %8.1f MB -> %8.1f MB   growth %+8.2f MB/h\n", rssFirst, rssLast, rss);
-  std::printf("  script heap  %8.2f MB -> %8.2f MB   growth %+8.3f MB/h\n", heapFirst, heapLast,
-              heap);
+  std::string growthFailure;
+  const bool growthOk = ReportGrowth(settings, reports, &growthFailure);
   std::printf("  journal      %s entries so far (kept: the latest 200000)\n",
               done["journal"].asString().c_str());
   std::printf("  calls        %s (%s captures, %s heap snapshots), %s threw\n",
@@ -188,9 +264,7 @@ int Report(const Settings& settings, const Reports& reports, long signalsSent, i
   if (done["interrupts"].asDouble() != expectedInterrupts) fail("interrupts were lost");
   if (done["btDevices"].asDouble() != expectedDevices) fail("devices were lost");
   if (done["slowest"]["ms"].asDouble() > settings.maxCallMs) fail("a call was too slow");
-  if (rss > settings.maxGrowth) fail("RSS grows beyond " + std::to_string(settings.maxGrowth));
-  if (heap > settings.maxGrowth)
-    fail("the heap grows beyond " + std::to_string(settings.maxGrowth));
+  if (!growthOk) fail(growthFailure);
   return ok ? 0 : 1;
 }
 
@@ -202,7 +276,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr,
                  "usage: %s TARN_RUN QDUTIL_LIBRARY SOAK_JS [--seconds N] [--warmup N] "
                  "[--sample N] [--snapshot N] [--capture N] [--rate N] [--max-growth MB_PER_HOUR] "
-                 "[--max-call-ms N]\n",
+                 "[--max-rss-growth MB_PER_HOUR] [--max-call-ms N] [--probe PATH]\n",
                  kProgram);
     return 2;
   }
@@ -218,6 +292,8 @@ int main(int argc, char** argv) {
                                 "error",
                                 "--bridge",
                                 argv[2],
+                                "--bridge",
+                                settings.probe,
                                 argv[3],
                                 text(settings.sample),
                                 text(settings.snapshot),

@@ -3,12 +3,16 @@
 // fired from the simulated TV's thread, Bluetooth devices arrive through the
 // idle hand-off, the bench program's signals arrive as engine events.
 // Reports to the bench program on standard output, one line each:
-//   @@soak sample {"t":…,"rss":…,"heapUsed":…,…}   every SAMPLE seconds
+//   @@soak sample {"t":…,"rss":…,"inUse":…,"heapUsed":…,…}   every SAMPLE seconds
 //   @@soak done {"calls":…,"events":…,"slowest":…,…} at the end
 // Arguments: SAMPLE_SECONDS SNAPSHOT_SECONDS CAPTURE_SECONDS.
 const [sampleSeconds, snapshotSeconds, captureSeconds] =
     tarn.args.map(Number).concat([5, 180, 10]).slice(0, 3);
 const q = new QDUtil();
+// The allocator's bytes in use, from the measuring bridge the bench program
+// loads beside QDUtil; without it they read 0.
+const probe = typeof AllocationProbe === 'function' ? new AllocationProbe() : null;
+const inUse = () => (probe ? probe.inUse() : 0);
 const folder = '/opt/usr/apps/soak';
 tarn.sim.makeFolder(folder);
 const start = Date.now();
@@ -18,7 +22,7 @@ let next = 0;
 const stats = {
   calls: 0, slowest: { ms: 0, name: '' }, captures: 0, snapshots: 0, slowestCapture: 0,
   slowestSnapshot: 0, errors: 0, firstError: '', fired: 0, interrupts: 0, signals: 0,
-  btCalls: 0, btDevices: 0, ticks: 0, over50: {},
+  btCalls: 0, btDevices: 0, ticks: 0, over50: {}, snapshotKept: 0, snapshotKeptRss: 0,
 };
 
 // Every bound method, with arguments as home-screen scripts pass them.
@@ -113,12 +117,19 @@ function capture() {
 }
 
 // Each snapshot stays with the engine's heap profiler for the life of the
-// process (the bridge never deletes one), so each adds to the footprint. The
+// process (the bridge never deletes one), so each adds to the footprint: what
+// it adds is measured, after a collection on each side, so that the bench
+// program can tell the snapshots' share of the growth from the rest. The
 // first also sets the profiler up: it is taken before the load.
 function snapshot() {
+  gc();
+  const [usedBefore, rssBefore] = [inUse(), tarn.memoryUsage().rss];
   const before = Date.now();
   q.heapSnapshot(folder + '/soak.heapsnapshot');
   stats.slowestSnapshot = Math.max(stats.slowestSnapshot, Date.now() - before);
+  gc();
+  stats.snapshotKept += inUse() - usedBefore;
+  stats.snapshotKeptRss += tarn.memoryUsage().rss - rssBefore;
   stats.snapshots++;
   stats.calls++;
 }
@@ -130,11 +141,13 @@ function power() {
 }
 
 function sample() {
-  if (typeof gc === 'function') gc();
+  gc();
   const m = tarn.memoryUsage();
   console.log('@@soak sample ' + JSON.stringify({
-    t: elapsed(), rss: m.rss, heapUsed: m.heapUsed, heapTotal: m.heapTotal, external: m.external,
-    arrayBuffers: m.arrayBuffers, calls: stats.calls, journal: journalLength(),
+    t: elapsed(), rss: m.rss, inUse: inUse(), heapUsed: m.heapUsed, heapTotal: m.heapTotal,
+    external: m.external, arrayBuffers: m.arrayBuffers, calls: stats.calls,
+    journal: journalLength(), snapshotKept: stats.snapshotKept,
+    snapshotKeptRss: stats.snapshotKeptRss,
   }));
 }
 
