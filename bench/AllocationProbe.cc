@@ -10,7 +10,9 @@
 #include "ScriptBridge.h"
 
 #if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/allocator_interface.h>
+// The sanitizer runtime's own count of the bytes handed out and not freed
+// (declared here: the compiler's sanitizer headers are not always installed).
+extern "C" size_t __sanitizer_get_current_allocated_bytes(void);
 #endif
 
 namespace {

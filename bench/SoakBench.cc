@@ -61,11 +61,15 @@ struct Reports {
 };
 
 bool ParseSettings(int argc, char** argv, Settings* s) {
-  const std::pair<const char*, double*> names[] = {
-      {"--seconds", &s->seconds},      {"--warmup", &s->warmup},        {"--sample", &s->sample},
-      {"--snapshot", &s->snapshot},    {"--capture", &s->capture},      {"--rate", &s->rate},
-      {"--max-growth", &s->maxGrowth}, {"--max-call-ms", &s->maxCallMs},
-      {"--max-rss-growth", &s->maxRssGrowth}};
+  const std::pair<const char*, double*> names[] = {{"--seconds", &s->seconds},
+                                                   {"--warmup", &s->warmup},
+                                                   {"--sample", &s->sample},
+                                                   {"--snapshot", &s->snapshot},
+                                                   {"--capture", &s->capture},
+                                                   {"--rate", &s->rate},
+                                                   {"--max-growth", &s->maxGrowth},
+                                                   {"--max-call-ms", &s->maxCallMs},
+                                                   {"--max-rss-growth", &s->maxRssGrowth}};
   for (int i = 4; i < argc; i += 2) {
     if (std::strcmp(argv[i], "--probe") == 0 && i + 1 < argc) {
       s->probe = argv[i + 1];
