@@ -21,8 +21,10 @@
 // bytes in use each one added, and the growth is also given without them. It
 // fails (status 1) when the run fails, an event is missing, a call threw, a
 // call other than a capture or snapshot took longer than --max-call-ms, the
-// bytes in use or the script heap grow, apart from the snapshots, beyond
-// --max-growth, or RSS does so beyond --max-rss-growth (default: the same).
+// bytes in use (apart from the snapshots) or the script heap grow beyond
+// --max-growth, or RSS (apart from the snapshots) beyond --max-rss-growth
+// (default: the same; "inf" leaves RSS unchecked, for builds whose allocator
+// is not the one the set runs).
 #include <fcntl.h>
 #include <json/json.h>
 #include <signal.h>
