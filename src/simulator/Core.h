@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "JournalRing.h"
 #include "TvPowerClient.h"
 #include "tvsim/Simulator.h"
 
@@ -87,7 +88,7 @@ class Core {
   Json::Value state;
   std::map<std::string, std::deque<Json::Value>> forced;
   std::mutex journalMutex;  // guards the two below; may be taken under `mutex`
-  std::deque<JournalEntry> journal;
+  JournalRing journal;
   unsigned long long nextSeq = 1;
   std::vector<Subscription> subscriptions;
   std::string journalFile;

@@ -33,12 +33,11 @@ std::vector<JournalEntry> Simulator::journalSince(unsigned long long afterSeq, s
                                                   unsigned long long* newest) {
   Core& core = Core::instance();
   std::lock_guard<std::mutex> lock(core.journalMutex);
-  const auto& journal = core.journal;
-  // Sequence numbers rise along the deque: the first one after afterSeq.
-  auto first =
-      std::upper_bound(journal.begin(), journal.end(), afterSeq,
-                       [](unsigned long long seq, const JournalEntry& e) { return seq < e.seq; });
-  const size_t after = static_cast<size_t>(journal.end() - first);
+  // The kept entries are numbered one apart, up to the newest.
+  const unsigned long long newestKept = core.journal.newestSeq();
+  const size_t after = newestKept > afterSeq ? static_cast<size_t>(std::min<unsigned long long>(
+                                                   newestKept - afterSeq, core.journal.size()))
+                                             : 0;
   const unsigned long long lastSeq = core.nextSeq - 1;
   *newest = lastSeq;
   // Entries after afterSeq that are no longer kept count as skipped too.
@@ -46,8 +45,7 @@ std::vector<JournalEntry> Simulator::journalSince(unsigned long long afterSeq, s
       lastSeq > afterSeq && lastSeq - afterSeq > after ? lastSeq - afterSeq - after : 0;
   const size_t taken = std::min(after, max);
   *skipped = gone + (after - taken);
-  return std::vector<JournalEntry>(journal.end() - static_cast<std::ptrdiff_t>(taken),
-                                   journal.end());
+  return core.journal.newest(taken);
 }
 
 Json::Value Simulator::subscriptions() {
