@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <vector>
 
 EngineOptions::~EngineOptions() {
   g_free(maxOldSpace);
@@ -24,6 +25,29 @@ bool WholeNumber(const char* text, unsigned long long low, unsigned long long hi
   if (errno != 0 || *end != '\0' || value < low || value > high) return false;
   *number = value;
   return true;
+}
+
+// V8 takes the flags it knows out of an argument list and leaves the rest
+// there: a word left over is no flag of the engine's. (V8 alone would print
+// "unrecognized flag" and run on without it.) Empty text holds no flag.
+bool EngineKnowsEveryFlag(const char* text, std::string* unknown) {
+  gint count = 0;
+  gchar** words = nullptr;
+  if (!g_shell_parse_argv(text, &count, &words, nullptr)) {
+    // Unbalanced quotes, or nothing but blanks.
+    gchar* stripped = g_strstrip(g_strdup(text));
+    const bool blank = stripped[0] == '\0';
+    g_free(stripped);
+    if (!blank) *unknown = text;
+    return blank;
+  }
+  std::vector<char*> argv{const_cast<char*>("tarn-run")};
+  for (gint i = 0; i < count; ++i) argv.push_back(words[i]);
+  int left = static_cast<int>(argv.size());
+  v8::V8::SetFlagsFromCommandLine(&left, argv.data(), true);
+  if (left > 1) *unknown = argv[1];
+  g_strfreev(words);
+  return left <= 1;
 }
 
 }  // namespace
@@ -49,7 +73,15 @@ bool engineFlags(const EngineOptions& options, tarn::host::HostOptions* host, st
   }
   if (options.exposeGc) host->engineFlags.push_back("--expose-gc");
   if (options.jsFlags) {
-    for (gchar** flags = options.jsFlags; *flags; ++flags) host->engineFlags.push_back(*flags);
+    for (gchar** flags = options.jsFlags; *flags; ++flags) {
+      std::string unknown;
+      if (!EngineKnowsEveryFlag(*flags, &unknown)) {
+        *error = "--js-flags: \"" + unknown +
+                 "\" is not a flag of the engine (tarn-run --v8-options lists them)";
+        return false;
+      }
+      host->engineFlags.push_back(*flags);
+    }
   }
   if (options.snapshotsNearLimit) {
     if (!WholeNumber(options.snapshotsNearLimit, 0, 1000, &number)) {
