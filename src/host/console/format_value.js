@@ -284,17 +284,23 @@ function formatRaw(ctx, value, recurseTimes, inTypedArray, kind) {
   const seen = ctx.seen.length;
   const indentation = ctx.indentationLvl;
   let constructor = null;
+  let constructorFound = false;
   let tag = '';
   try {
     ctx.protoProps = undefined;
     constructor = cachedConstructorOf(ctx, value, recurseTimes);
+    constructorFound = true;
     tag = tagOf(ctx, value, constructor);
     return describe(ctx, value, recurseTimes, constructor, tag, inTypedArray, kind);
   } catch (error) {
     if (!isStackOverflow(error)) throw error;
     ctx.seen.length = seen;
     ctx.indentationLvl = indentation;
-    const name = StringSlice(prefixOf(constructor, tag, 'Object'), 0, -1);
+    // The stack may run out while the constructor is still being looked
+    // for: then nothing is known of it, not that the prototype is null.
+    const name = constructorFound
+      ? StringSlice(prefixOf(constructor, tag, 'Object'), 0, -1)
+      : 'Object';
     return `[${name}: Inspection interrupted prematurely. Maximum call stack size exceeded.]`;
   }
 }
