@@ -6,8 +6,9 @@
 //              [--max-call-ms N] [--probe PATH] [--tmpdir PATH]
 //
 // tarn-run runs SOAK_JS (every bound method in a mix, power events fired
-// from the simulated TV's thread, Bluetooth enumerations, captures and heap
-// snapshots) while this program sends the home screen's signals on a private
+// from the simulated TV's thread, Bluetooth enumerations, a capture every
+// --capture seconds and a heap snapshot every --snapshot seconds, 0 for none)
+// while this program sends the home screen's signals on a private
 // bus at RATE per second. Beside QDUtil it loads the measuring bridge PATH
 // (default: libsoak_probe.so in ../lib from this program), which reads the
 // allocator's bytes in use. The script samples its footprint every --sample

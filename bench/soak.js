@@ -5,7 +5,7 @@
 // Reports to the bench program on standard output, one line each:
 //   @@soak sample {"t":…,"rss":…,"inUse":…,"heapUsed":…,…}   every SAMPLE seconds
 //   @@soak done {"calls":…,"events":…,"slowest":…,…} at the end
-// Arguments: SAMPLE_SECONDS SNAPSHOT_SECONDS CAPTURE_SECONDS.
+// Arguments: SAMPLE_SECONDS SNAPSHOT_SECONDS CAPTURE_SECONDS (0: none).
 const [sampleSeconds, snapshotSeconds, captureSeconds] =
     tarn.args.map(Number).concat([5, 180, 10]).slice(0, 3);
 const q = new QDUtil();
@@ -215,7 +215,8 @@ setTimeout(() => {
   console.log('@@soak ready');
   timers.push(setInterval(sample, sampleSeconds * 1000));
   timers.push(setInterval(power, 1000));
-  timers.push(setInterval(capture, captureSeconds * 1000));
-  timers.push(setInterval(snapshot, snapshotSeconds * 1000));
+  // 0 seconds: none of that kind during the load.
+  if (captureSeconds > 0) timers.push(setInterval(capture, captureSeconds * 1000));
+  if (snapshotSeconds > 0) timers.push(setInterval(snapshot, snapshotSeconds * 1000));
   tick();
 }, 50);
