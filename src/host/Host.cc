@@ -18,6 +18,7 @@
 
 #include "ScriptBridge.h"
 #include "TarnProcessManager.h"
+#include "engine/EngineFlags.h"
 #include "engine/HeapLimit.h"
 #include "engine/MemoryUsage.h"
 #include "engine/Runtime.h"
@@ -207,7 +208,7 @@ int Host::Run() {
   std::unique_ptr<v8::Platform> platform = v8::platform::NewDefaultPlatform();
   v8::V8::InitializePlatform(platform.get());
   EnableModuleSyntax();
-  for (const std::string& flag : options.engineFlags) v8::V8::SetFlagsFromString(flag.c_str());
+  SetEngineFlags(options.engineFlags);
   v8::V8::Initialize();
   v8::Isolate::CreateParams params;
   // Counts array buffers' bytes for tarn.memoryUsage().
