@@ -133,7 +133,15 @@ double RunLoop(v8::Isolate* isolate, v8::Local<v8::Context> context, const std::
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  long iterations = argc > 1 ? std::atol(argv[1]) : 5000000;
+  long iterations = 5000000;
+  if (argc > 1) {
+    char* end = nullptr;
+    iterations = std::strtol(argv[1], &end, 10);
+    if (argc > 2 || end == argv[1] || *end != '\0' || iterations < 1) {
+      std::fprintf(stderr, "usage: %s [ITERATIONS PER ROUND, default 5000000]\n", argv[0]);
+      return 2;
+    }
+  }
   v8::V8::InitializeICUDefaultLocation(argv[0]);
   std::unique_ptr<v8::Platform> platform = v8::platform::NewDefaultPlatform();
   v8::V8::InitializePlatform(platform.get());
