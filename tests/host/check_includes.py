@@ -10,7 +10,7 @@ Folders of src/host and what each may include of the others:
     console/    engine/
     script/     engine/, console/ (console is one of the script's globals)
     repl/       engine/, console/ (to print values)
-    inspector/  engine/, console/
+    debugger/   engine/, console/
     Host.cc     any of them
 
 Nothing includes tarn/host/Host.h (one run's start-up and shut-down) but
@@ -27,13 +27,13 @@ import shutil
 import sys
 import tempfile
 
-FOLDERS = ("engine", "script", "console", "repl", "inspector")
+FOLDERS = ("engine", "script", "console", "repl", "debugger")
 ALLOWED = {
     "engine": set(),
     "console": {"engine"},
     "script": {"engine", "console"},
     "repl": {"engine", "console"},
-    "inspector": {"engine", "console"},
+    "debugger": {"engine", "console"},
     "host": set(FOLDERS),
     "public": set(),
 }
@@ -116,14 +116,14 @@ def self_test():
     cases = {
         "engine/Runtime.cc": '#include "console/Console.h"\n',
         "console/Console.cc": '#include "script/ScriptApi.h"\n#include "engine/Runtime.h"\n',
-        "repl/Repl.cc": '#include "inspector/Server.h"\n#include "console/Console.h"\n',
-        "inspector/Server.cc": '#include "Modules.h"\n',
+        "repl/Repl.cc": '#include "debugger/Server.h"\n#include "console/Console.h"\n',
+        "debugger/Server.cc": '#include "Modules.h"\n',
         "script/Modules.cc": '#include "tarn/host/Host.h"\n#include "console/Console.h"\n',
         "include/tarn/host/Api.h": '#include "engine/Runtime.h"\n',
         "Host.cc": '#include "tarn/host/Host.h"\n#include "repl/Repl.h"\n#include <v8.h>\n',
     }
     headers = ["engine/Runtime.h", "console/Console.h", "script/ScriptApi.h",
-               "script/Modules.h", "repl/Repl.h", "inspector/Server.h"]
+               "script/Modules.h", "repl/Repl.h", "debugger/Server.h"]
     root = tempfile.mkdtemp(prefix="check_includes_")
     try:
         for rel in headers:
@@ -140,8 +140,8 @@ def self_test():
         "console/Console.cc:1: console/ includes script/",
         "engine/Runtime.cc:1: engine/ includes console/",
         "include/tarn/host/Api.h:1: public/ includes engine/",
-        "inspector/Server.cc:1: inspector/ includes script/",
-        "repl/Repl.cc:1: repl/ includes inspector/",
+        "debugger/Server.cc:1: debugger/ includes script/",
+        "repl/Repl.cc:1: repl/ includes debugger/",
         'script/Modules.cc:1: includes "tarn/host/Host.h"',
     ]
     ok = len(found) == len(expected)

@@ -36,8 +36,8 @@ if [ -n "$tarnrun" ]; then
     echo "tarn-run or the host links the debugger, the simulated TV's view or Boost"
     fail=1
   fi
-  if ! "$nm" -D --defined-only "$debugger" | awk '{ print $3 }' | grep -qx tarnStartInspector; then
-    echo "the debugger library does not export tarnStartInspector"
+  if ! "$nm" -D --defined-only "$debugger" | awk '{ print $3 }' | grep -qx tarnStartDebugger; then
+    echo "the debugger library does not export tarnStartDebugger"
     fail=1
   fi
   if [ -n "$simview" ] &&

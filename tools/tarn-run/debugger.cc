@@ -22,7 +22,7 @@ struct InspectRequest {
 };
 InspectRequest g_request;
 
-using StartInspectorFunction = tarn::host::ScriptDebugger* (*)(const char*, const char*, int,
+using StartDebuggerFunction = tarn::host::ScriptDebugger* (*)(const char*, const char*, int,
                                                                const char*, int*);
 
 }  // namespace
@@ -49,9 +49,9 @@ std::unique_ptr<tarn::host::ScriptDebugger> startDebugger(const std::string& tar
     *status = 2;
     return nullptr;
   }
-  auto start = reinterpret_cast<StartInspectorFunction>(dlsym(library, "tarnStartInspector"));
+  auto start = reinterpret_cast<StartDebuggerFunction>(dlsym(library, "tarnStartDebugger"));
   if (!start) {
-    std::fprintf(stderr, "tarn-run: %s is not the debugger library: no tarnStartInspector\n",
+    std::fprintf(stderr, "tarn-run: %s is not the debugger library: no tarnStartDebugger\n",
                  path.c_str());
     *status = 2;
     return nullptr;

@@ -2,7 +2,7 @@
 // method's reference text as a string, which the debugger's console shows.
 // A method is recognised by its function's name: the bridge names each one
 // after its script name.
-#include "inspector/ApiHelpCommand.h"
+#include "debugger/ApiHelpCommand.h"
 
 #include <string>
 
@@ -10,7 +10,7 @@
 #include "engine/ScriptText.h"
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 namespace {
 
@@ -40,5 +40,5 @@ void InstallConsoleHelp(v8::Local<v8::Context> context, v8::Local<v8::Object> he
   if (helpers->Set(context, host::Text(isolate, "help"), help).IsNothing()) return;
 }
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn

@@ -12,7 +12,7 @@
 #include "tarn/host/Debugger.h"
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 // Where the debugger listens, from the option's value.
 using web::ListenAddress;
@@ -23,7 +23,7 @@ inline bool ParseListenAddress(const char* value, ListenAddress* address, std::s
   return web::ParseListenAddress(value, 9229, address, error);
 }
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn
 
 // The library's entry, looked up by tarn-run with dlsym. `option` is the
@@ -32,6 +32,6 @@ inline bool ParseListenAddress(const char* value, ListenAddress* address, std::s
 // and with its address printed; or null with *status 2 after a message for a
 // bad value, or null with *status 0 when it cannot listen (the message
 // printed, the script then runs without a debugger, as node does).
-extern "C" tarn::host::ScriptDebugger* tarnStartInspector(const char* option, const char* value,
-                                                          int breakOnStart, const char* target,
-                                                          int* status);
+extern "C" tarn::host::ScriptDebugger* tarnStartDebugger(const char* option, const char* value,
+                                                         int breakOnStart, const char* target,
+                                                         int* status);

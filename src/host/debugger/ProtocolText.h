@@ -10,7 +10,7 @@
 #include <vector>
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 bool ValidUtf8(const std::string& text);
 // UTF-8 as UTF-16; a malformed sequence is U+FFFD.
@@ -41,5 +41,5 @@ std::string ScriptUrl(const std::string& name, const std::string& directory);
 // A new random (version 4) UUID naming the debug target.
 std::string NewTargetId();
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn

@@ -12,7 +12,7 @@
 #include <map>
 #include <string>
 
-#include "InspectorClient.h"
+#include "ProtocolClient.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The debugger's side of the shared server: discovery answers and sessions
 // on /<target id>; the connections themselves are the shared server's.
-#include "inspector/DebuggerEndpoints.h"
+#include "debugger/DebuggerEndpoints.h"
 
 #include <json/json.h>
 
@@ -9,7 +9,7 @@
 #include "WebServer.h"
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 namespace http = boost::beast::http;
 
@@ -123,5 +123,5 @@ bool InspectorServer::AllowedHost(const std::string& hostHeader) {
   return web::WebServer::AllowedHost(hostHeader);
 }
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn

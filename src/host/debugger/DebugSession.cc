@@ -6,7 +6,7 @@
 // paused at a breakpoint, waiting for a client with --inspect-brk, or for
 // the clients to leave at the end). Everything V8 is touched on the script
 // thread only; what V8 sends back is handed to the server's thread.
-#include "inspector/DebugSession.h"
+#include "debugger/DebugSession.h"
 
 #include <json/json.h>
 #include <unistd.h>
@@ -25,17 +25,17 @@
 #include <mutex>
 #include <vector>
 
+#include "debugger/ApiHelpCommand.h"
+#include "debugger/DebuggerEndpoints.h"
+#include "debugger/ProtocolText.h"
 #include "engine/Runtime.h"
-#include "inspector/ApiHelpCommand.h"
-#include "inspector/DebuggerEndpoints.h"
-#include "inspector/InspectorText.h"
 
 #ifndef TARN_VERSION
 #define TARN_VERSION "0.0.0"
 #endif
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 namespace {
 
@@ -75,18 +75,18 @@ void ForwardConsole(const v8::FunctionCallbackInfo<v8::Value>& info) {
 
 // --- the inspector -------------------------------------------------------
 
-class Inspector final : public host::ScriptDebugger,
-                        public v8_inspector::V8InspectorClient,
-                        public InspectorServer::Delegate {
+class Debugger final : public host::ScriptDebugger,
+                       public v8_inspector::V8InspectorClient,
+                       public InspectorServer::Delegate {
  public:
-  Inspector(const ListenAddress& address, bool breakOnStart, const std::string& target)
+  Debugger(const ListenAddress& address, bool breakOnStart, const std::string& target)
       : address_(address),
         breakOnStart_(breakOnStart),
         target_(target),
         id_(NewTargetId()),
         directory_(CurrentDirectory()) {}
 
-  ~Inspector() override {
+  ~Debugger() override {
     if (server_) server_->Stop();
   }
 
@@ -307,7 +307,7 @@ class Inspector final : public host::ScriptDebugger,
   // One client: V8's session and the channel its answers leave by.
   class Session final : public v8_inspector::V8Inspector::Channel {
    public:
-    Session(Inspector* owner, int id) : owner_(owner), id(id) {}
+    Session(Debugger* owner, int id) : owner_(owner), id(id) {}
     // V8's session sends its last notifications here as it goes.
     ~Session() override { v8session.reset(); }
 
@@ -322,7 +322,7 @@ class Inspector final : public host::ScriptDebugger,
     void Send(std::string message) { owner_->server_->Send(id, std::move(message)); }
 
    private:
-    Inspector* owner_;
+    Debugger* owner_;
 
    public:
     const int id;
@@ -332,10 +332,10 @@ class Inspector final : public host::ScriptDebugger,
     bool keepContext = false;  // NodeRuntime.notifyWhenWaitingForDisconnect
   };
 
-  static std::atomic<Inspector*> g_active;
+  static std::atomic<Debugger*> g_active;
 
   static void OnInterrupt(v8::Isolate*, void*) {
-    Inspector* self = g_active.load();
+    Debugger* self = g_active.load();
     if (!self) return;
     {
       std::lock_guard<std::mutex> lock(self->mutex_);
@@ -369,7 +369,7 @@ class Inspector final : public host::ScriptDebugger,
     // One pending interrupt is enough: it handles the whole queue.
     if (interruptIsolate_ && !interruptPending_) {
       interruptPending_ = true;
-      interruptIsolate_->RequestInterrupt(&Inspector::OnInterrupt, nullptr);
+      interruptIsolate_->RequestInterrupt(&Debugger::OnInterrupt, nullptr);
     }
   }
 
@@ -542,28 +542,28 @@ class Inspector final : public host::ScriptDebugger,
 
 // The inspector an interrupt finds; null once it has shut down, so an
 // interrupt still pending then does nothing.
-std::atomic<Inspector*> Inspector::g_active{nullptr};
+std::atomic<Debugger*> Debugger::g_active{nullptr};
 
 }  // namespace
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn
 
-extern "C" __attribute__((visibility("default"))) tarn::host::ScriptDebugger* tarnStartInspector(
+extern "C" __attribute__((visibility("default"))) tarn::host::ScriptDebugger* tarnStartDebugger(
     const char* option, const char* value, int breakOnStart, const char* target, int* status) {
-  using tarn::inspector::ListenAddress;
+  using tarn::debugger::ListenAddress;
   *status = 0;
   ListenAddress address;
   std::string error;
-  if (!tarn::inspector::ParseListenAddress(value, &address, &error)) {
+  if (!tarn::debugger::ParseListenAddress(value, &address, &error)) {
     std::fprintf(stderr, "tarn-run: %s%s%s: %s\n", option, value ? "=" : "", value ? value : "",
                  error.c_str());
     *status = 2;
     return nullptr;
   }
   try {
-    auto inspector = std::make_unique<tarn::inspector::Inspector>(address, breakOnStart != 0,
-                                                                  target ? target : "");
+    auto inspector = std::make_unique<tarn::debugger::Debugger>(address, breakOnStart != 0,
+                                                                target ? target : "");
     if (!inspector->Listen()) return nullptr;
     return inspector.release();
   } catch (const std::exception& e) {

@@ -1,4 +1,4 @@
-#include "inspector/InspectorText.h"
+#include "debugger/ProtocolText.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include "engine/ScriptText.h"
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 namespace {
 
@@ -188,5 +188,5 @@ std::string NewTargetId() {
   return id;
 }
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn

@@ -6,10 +6,10 @@
 #include <v8.h>
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 // Adds help(methodOrName) to the console helpers object V8 passes.
 void InstallConsoleHelp(v8::Local<v8::Context> context, v8::Local<v8::Object> helpers);
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn

@@ -9,7 +9,7 @@
 #include <string>
 
 namespace tarn {
-namespace inspector {
+namespace debugger {
 
 class InspectorServer {
  public:
@@ -63,5 +63,5 @@ class InspectorServer {
   std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace inspector
+}  // namespace debugger
 }  // namespace tarn
