@@ -7,4 +7,4 @@ Promise.all([import('./lib/value.mjs'), nestedImport]).then(([a, b]) => {
   console.log('one module', a === b);
 });
 import('./lib/absent.mjs').catch((e) => console.log(e.code, e.message));
-import('lodash').catch((e) => console.log(e.code, e.message));
+import('widget-kit').catch((e) => console.log(e.code, e.message));

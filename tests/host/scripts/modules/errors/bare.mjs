@@ -1,1 +1,1 @@
-import 'lodash';
+import 'widget-kit';

@@ -8,7 +8,7 @@ console.log('encoded', oddUrl.endsWith('/meta/odd%20name%231.mjs'));
 console.log('resolve', import.meta.resolve('./lib/x.mjs') === url.replace(/meta\.mjs$/, 'lib/x.mjs'),
     import.meta.resolve('../meta/../x.mjs') === url.replace(/meta\/meta\.mjs$/, 'x.mjs'));
 try {
-  import.meta.resolve('lodash');
+  import.meta.resolve('widget-kit');
 } catch (e) {
   console.log('resolve bare', e.code);
 }
