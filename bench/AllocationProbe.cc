@@ -1,10 +1,14 @@
 // A measuring bridge for the soak: script class "AllocationProbe", whose
 // inUse() answers the bytes the process's allocator holds for live blocks
-// right now (malloc's own figure, not RSS). RSS moves with the allocator's
-// free lists and, under AddressSanitizer, with its size classes; the bytes in
-// use move only when something is kept, so their growth is the retention.
+// right now, in every arena (malloc's own figure, not RSS). RSS moves with
+// the allocator's free lists and, under AddressSanitizer, with its size
+// classes; the bytes in use move only when something is kept, so their
+// growth is the retention.
 #include <malloc.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "ScriptBridge.h"
@@ -17,13 +21,46 @@ extern "C" size_t __sanitizer_get_current_allocated_bytes(void);
 
 namespace {
 
+#if !defined(__SANITIZE_ADDRESS__)
+// The number in `attribute="..."` of the first element after `from` that
+// starts with `element`; 0 when there is none.
+double figureAfter(const std::string& xml, size_t from, const char* element) {
+  const size_t at = xml.find(element, from);
+  if (at == std::string::npos) return 0;
+  const size_t size = xml.find("size=\"", at);
+  if (size == std::string::npos) return 0;
+  return std::strtod(xml.c_str() + size + 6, nullptr);
+}
+
+// mallinfo2() counts the main arena only, and the simulated TV's, the bus's
+// and the engine's threads allocate in arenas of their own. malloc_info()
+// reports every arena; its totals follow the last heap: the bytes taken from
+// the system, less the free blocks, plus the blocks mapped on their own.
+double allArenasInUse() {
+  char* text = nullptr;
+  size_t length = 0;
+  FILE* stream = open_memstream(&text, &length);
+  if (!stream) return 0;
+  const int status = malloc_info(0, stream);
+  std::fclose(stream);
+  const std::string xml(text ? text : "", length);
+  std::free(text);
+  if (status != 0) return 0;
+  const size_t lastHeap = xml.rfind("</heap>");
+  const size_t totals = lastHeap == std::string::npos ? 0 : lastHeap;
+  return figureAfter(xml, totals, "<system type=\"current\"") -
+         figureAfter(xml, totals, "<total type=\"fast\"") -
+         figureAfter(xml, totals, "<total type=\"rest\"") +
+         figureAfter(xml, totals, "<total type=\"mmap\"");
+}
+#endif
+
 double bytesInUse() {
 #if defined(__SANITIZE_ADDRESS__)
   // Blocks in the sanitizer's quarantine are freed ones: not counted.
   return static_cast<double>(__sanitizer_get_current_allocated_bytes());
 #else
-  const struct mallinfo2 info = mallinfo2();
-  return static_cast<double>(info.uordblks + info.hblkhd);
+  return allArenasInUse();
 #endif
 }
 
