@@ -22,7 +22,7 @@ let next = 0;
 const stats = {
   calls: 0, slowest: { ms: 0, name: '' }, captures: 0, snapshots: 0, slowestCapture: 0,
   slowestSnapshot: 0, errors: 0, firstError: '', fired: 0, interrupts: 0, signals: 0,
-  btCalls: 0, btDevices: 0, ticks: 0, over50: {}, snapshotKept: 0, snapshotKeptRss: 0,
+  btCalls: 0, btDevices: 0, ticks: 0, over50: {}, snapshotKept: 0,
 };
 
 // Every bound method, with arguments as home-screen scripts pass them.
@@ -123,13 +123,12 @@ function capture() {
 // first also sets the profiler up: it is taken before the load.
 function snapshot() {
   gc();
-  const [usedBefore, rssBefore] = [inUse(), tarn.memoryUsage().rss];
+  const usedBefore = inUse();
   const before = Date.now();
   q.heapSnapshot(folder + '/soak.heapsnapshot');
   stats.slowestSnapshot = Math.max(stats.slowestSnapshot, Date.now() - before);
   gc();
   stats.snapshotKept += inUse() - usedBefore;
-  stats.snapshotKeptRss += tarn.memoryUsage().rss - rssBefore;
   stats.snapshots++;
   stats.calls++;
 }
@@ -147,7 +146,6 @@ function sample() {
     t: elapsed(), rss: m.rss, inUse: inUse(), heapUsed: m.heapUsed, heapTotal: m.heapTotal,
     external: m.external, arrayBuffers: m.arrayBuffers, calls: stats.calls,
     journal: journalLength(), snapshotKept: stats.snapshotKept,
-    snapshotKeptRss: stats.snapshotKeptRss,
   }));
 }
 
