@@ -32,10 +32,10 @@ double figureAfter(const std::string& xml, size_t from, const char* element) {
   return std::strtod(xml.c_str() + size + 6, nullptr);
 }
 
-// mallinfo2() counts the main arena only, and the simulated TV's, the bus's
-// and the engine's threads allocate in arenas of their own. malloc_info()
-// reports every arena; its totals follow the last heap: the bytes taken from
-// the system, less the free blocks, plus the blocks mapped on their own.
+// The soak's threads (simulated TV, bus, engine workers) each allocate in an
+// arena of their own, which mallinfo2() leaves out. The whole-process
+// summary at the end of malloc_info()'s report gives what we need: memory
+// held from the system, minus what sits free, plus large mapped blocks.
 double allArenasInUse() {
   char* text = nullptr;
   size_t length = 0;
