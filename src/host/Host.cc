@@ -19,6 +19,7 @@
 #include "ScriptBridge.h"
 #include "TarnProcessManager.h"
 #include "engine/EngineFlags.h"
+#include "engine/FreeMemory.h"
 #include "engine/HeapLimit.h"
 #include "engine/MemoryUsage.h"
 #include "engine/Runtime.h"
@@ -270,7 +271,10 @@ int Host::Run() {
       }
       if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
       runtime->AfterScriptWork();
-      runtime->Run();
+      {
+        FreeMemoryTimer freeMemory(g_main_context_default(), kFreeMemoryReturnSeconds);
+        runtime->Run();
+      }
       if (isolate->IsExecutionTerminating()) isolate->CancelTerminateExecution();
       CheckMainModuleSettled(runtime.get());
       if (debugger) {
