@@ -15,6 +15,7 @@
 #include "AppConfig.h"
 #include "Logger.h"
 #include "beside_program.h"
+#include "code_value.h"
 #include "debugger.h"
 #include "engine_options.h"
 #include "equals_value.h"
@@ -188,9 +189,18 @@ bool ParseOptions(int* argc, char*** argv, CommandLine* line,
   EqualsValueOptions equalsValue(
       {"--inspect-brk", "--inspect", "--sim-view-readonly", "--sim-view"});
   equalsValue.prepare(*argc, *argv);
+  CodeValueCheck codeValue;
+  codeValue.prepare(*argc, *argv);
   GError* error = nullptr;
   bool parsed = g_option_context_parse(options, argc, argv, &error);
+  const std::string codeMissing = parsed ? codeValue.missing(*argc, *argv) : "";
   equalsValue.finish(*argc, *argv);
+  if (!codeMissing.empty()) {
+    std::fprintf(stderr, "tarn-run: %s requires an argument\nTry tarn-run --help.\n",
+                 codeMissing.c_str());
+    g_option_context_free(options);
+    return false;
+  }
   for (const auto& given : equalsValue.given()) {
     if (given.name.rfind("--sim-view", 0) == 0) {
       noteSimViewOption(given.name, given.hasValue, given.value);
