@@ -123,11 +123,12 @@ try {
   const errors = await page.locator('#log-rows tr').count();
   check(traced > 0 && errors < traced, `log lines by level: ${traced} at trace, ${errors} at error`);
   await page.getByLabel('Log level').selectOption('2');
-
-  await clockControls(page, region);
-
+  // Taken before the clock is stepped: the script's clock reads then fill
+  // the journal. docs/images/sim-view.png is this picture.
   mkdirSync(artefacts, { recursive: true });
   await page.screenshot({ path: join(artefacts, 'sim-view.png'), fullPage: true });
+
+  await clockControls(page, region);
   check(outside.length === 0, `nothing fetched from elsewhere (${outside.join(', ') || 'none'})`);
 } catch (e) {
   console.log(`FAILED: ${e.stack || e}`);
