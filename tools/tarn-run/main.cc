@@ -319,6 +319,7 @@ bool StartExtensions(std::vector<std::unique_ptr<tarn::host::Extension>>* extens
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  tarn::host::ShareOneMallocArena();
   std::vector<std::unique_ptr<tarn::host::Extension>> extensions = tarnRunExtensions();
   CommandLine line;
   if (!ParseOptions(&argc, &argv, &line, extensions)) return 2;

@@ -1,11 +1,32 @@
 #include "engine/FreeMemory.h"
 
+#include <cstdlib>
+#include <cstring>
+
+#include "tarn/host/Host.h"
+
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
 
 namespace tarn {
 namespace host {
+
+namespace {
+
+bool EnvironmentSetsArenas() {
+  const char* tunables = std::getenv("GLIBC_TUNABLES");
+  return std::getenv("MALLOC_ARENA_MAX") != nullptr ||
+         (tunables && std::strstr(tunables, "arena_max") != nullptr);
+}
+
+}  // namespace
+
+void ShareOneMallocArena() {
+#if defined(__GLIBC__)
+  if (!EnvironmentSetsArenas()) mallopt(M_ARENA_MAX, 1);
+#endif
+}
 
 bool ReturnFreeMemory() {
 #if defined(__GLIBC__)

@@ -3,7 +3,8 @@
 // until something reuses them, and each thread's arena keeps the highest mark
 // it ever reached: over days of calls, captures and events the resident size
 // creeps up with nothing in use. A low-priority timer hands those pages back
-// now and then.
+// now and then. ShareOneMallocArena (tarn/host/Host.h, for tarn-run's main)
+// is defined here too.
 #pragma once
 
 #include <glib.h>

@@ -1,8 +1,18 @@
 // Free pages go back to the system: a thread's arena left with blocks freed
 // in its middle is resident until the host returns them, and the host's
-// timer does so on its loop without keeping the loop alive.
+// timer does so on its loop without keeping the loop alive. Threads share
+// one arena once tarn-run asks for it, unless the environment chose.
+//
+// A program of its own: how many arenas threads make depends on what the
+// process did before, so each arena case runs in a child forked from a
+// process that has started no thread (death tests run first).
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <string>
 
 #include <chrono>
 #include <cstdio>
@@ -12,11 +22,19 @@
 #include <vector>
 
 #include "engine/FreeMemory.h"
+#include "tarn/host/Host.h"
 
 namespace {
 
 using tarn::host::FreeMemoryTimer;
 using tarn::host::ReturnFreeMemory;
+using tarn::host::ShareOneMallocArena;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ALLOCATOR_IS_GLIBC 0
+#else
+#define ALLOCATOR_IS_GLIBC 1
+#endif
 
 double ResidentMB() {
   long pages = 0;
@@ -53,11 +71,64 @@ std::vector<char*> FragmentAThreadArena() {
   return kept;
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ALLOCATOR_IS_GLIBC 0
-#else
-#define ALLOCATOR_IS_GLIBC 1
-#endif
+// The number of arenas the allocator reports (one "<heap nr=" each), the
+// main one included.
+int Arenas() {
+  char* text = nullptr;
+  size_t size = 0;
+  FILE* report = open_memstream(&text, &size);
+  if (!report) return -1;
+  malloc_info(0, report);
+  std::fclose(report);
+  int arenas = 0;
+  for (const char* at = text; (at = std::strstr(at, "<heap nr=")) != nullptr; ++at) ++arenas;
+  std::free(text);
+  return arenas;
+}
+
+// How many arenas four threads allocating at the same time add.
+int ArenasAddedByFourThreads() {
+  const int before = Arenas();
+  std::atomic<int> started{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&started] {
+      void* block = std::malloc(1000);
+      ++started;
+      while (started.load() < 4) std::this_thread::yield();
+      std::free(block);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  return Arenas() - before;
+}
+
+TEST(FreeMemoryDeathTest, ThreadsShareOneArena) {
+  if (!ALLOCATOR_IS_GLIBC) GTEST_SKIP() << "the sanitizer's allocator has no arenas";
+  EXPECT_EXIT(
+      {
+        unsetenv("MALLOC_ARENA_MAX");
+        unsetenv("GLIBC_TUNABLES");
+        ShareOneMallocArena();
+        std::exit(ArenasAddedByFourThreads());
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST(FreeMemoryDeathTest, TheEnvironmentChoosesTheArenas) {
+  if (!ALLOCATOR_IS_GLIBC) GTEST_SKIP() << "the sanitizer's allocator has no arenas";
+  // The allocator read its settings when the process started; here only
+  // tarn-run's choice is left out because the environment names one.
+  EXPECT_EXIT(
+      {
+        setenv("GLIBC_TUNABLES", "glibc.malloc.arena_max=8", 1);
+        ShareOneMallocArena();
+        // How many the allocator adds for four threads is its own choice
+        // (one to three here); that it adds some is what matters.
+        std::exit(ArenasAddedByFourThreads() > 0 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
 
 TEST(FreeMemory, ReturnsTheFreePagesOfAThreadArena) {
   if (!ALLOCATOR_IS_GLIBC) GTEST_SKIP() << "the sanitizer's allocator keeps its own pages";

@@ -35,6 +35,14 @@ struct HostOptions {
   int heapSnapshotsNearLimit = 0;
 };
 
+// Every thread of the process allocates from one malloc arena, unless the
+// environment chose the number (MALLOC_ARENA_MAX, or arena_max in
+// GLIBC_TUNABLES). A host that runs for weeks wants it: a thread that
+// allocates little keeps its own arena's pages at the highest mark it ever
+// reached, while in a shared arena the script thread's traffic fills such
+// room again. Call first thing in main(), before any thread starts.
+void ShareOneMallocArena();
+
 class Host {
  public:
   explicit Host(HostOptions options);
