@@ -180,10 +180,10 @@ double GrowthPerHour(const std::vector<Json::Value>& samples, const Measure& mea
 }
 
 // The median of the slopes between every two samples from `from` seconds on
-// (the Theil-Sen estimate), in megabytes per hour. A reading that dips for a
-// moment (V8 giving back its young generation's spare half after the
-// sample's collection) moves a least-squares slope by megabytes an hour,
-// depending on where in the run it falls; it barely moves this one. Long
+// (the Theil-Sen estimate), in megabytes per hour. A reading that dips or
+// jumps for a moment (V8 giving back its young generation's spare half, or
+// a snapshot's passing buffers) moves a least-squares slope by megabytes an
+// hour, depending on where in the run it falls; it barely moves this one. Long
 // runs are thinned to 2000 evenly spaced samples.
 double MedianSlopePerHour(const std::vector<Json::Value>& samples, const Measure& measure,
                           double from) {
