@@ -189,6 +189,8 @@ void StopWatchingSignals() {
 
 }  // namespace
 
+void ShareOneMallocArena() { UseOneMallocArena(); }
+
 int Host::Run() {
   const HostOptions& options = impl_->options;
   std::string source = options.code;

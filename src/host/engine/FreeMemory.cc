@@ -3,8 +3,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "tarn/host/Host.h"
-
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
@@ -22,7 +20,7 @@ bool EnvironmentSetsArenas() {
 
 }  // namespace
 
-void ShareOneMallocArena() {
+void UseOneMallocArena() {
 #if defined(__GLIBC__)
   if (!EnvironmentSetsArenas()) mallopt(M_ARENA_MAX, 1);
 #endif

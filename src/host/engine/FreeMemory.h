@@ -3,14 +3,18 @@
 // until something reuses them, and each thread's arena keeps the highest mark
 // it ever reached: over days of calls, captures and events the resident size
 // creeps up with nothing in use. A low-priority timer hands those pages back
-// now and then. ShareOneMallocArena (tarn/host/Host.h, for tarn-run's main)
-// is defined here too.
+// now and then. Threads sharing one arena (ShareOneMallocArena, for
+// tarn-run's main) keeps quiet threads from holding arenas of their own.
 #pragma once
 
 #include <glib.h>
 
 namespace tarn {
 namespace host {
+
+// One malloc arena for every thread from now on, unless the environment
+// names the arenas (MALLOC_ARENA_MAX, or arena_max in GLIBC_TUNABLES).
+void UseOneMallocArena();
 
 // How often the host gives free pages back, in seconds.
 constexpr unsigned kFreeMemoryReturnSeconds = 30;

@@ -22,13 +22,12 @@
 #include <vector>
 
 #include "engine/FreeMemory.h"
-#include "tarn/host/Host.h"
 
 namespace {
 
 using tarn::host::FreeMemoryTimer;
 using tarn::host::ReturnFreeMemory;
-using tarn::host::ShareOneMallocArena;
+using tarn::host::UseOneMallocArena;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ALLOCATOR_IS_GLIBC 0
@@ -109,7 +108,7 @@ TEST(FreeMemoryDeathTest, ThreadsShareOneArena) {
       {
         unsetenv("MALLOC_ARENA_MAX");
         unsetenv("GLIBC_TUNABLES");
-        ShareOneMallocArena();
+        UseOneMallocArena();
         std::exit(ArenasAddedByFourThreads());
       },
       testing::ExitedWithCode(0), "");
@@ -122,7 +121,7 @@ TEST(FreeMemoryDeathTest, TheEnvironmentChoosesTheArenas) {
   EXPECT_EXIT(
       {
         setenv("GLIBC_TUNABLES", "glibc.malloc.arena_max=8", 1);
-        ShareOneMallocArena();
+        UseOneMallocArena();
         // How many the allocator adds for four threads is its own choice
         // (one to three here); that it adds some is what matters.
         std::exit(ArenasAddedByFourThreads() > 0 ? 0 : 1);
