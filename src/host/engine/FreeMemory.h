@@ -20,7 +20,7 @@ void UseOneMallocArena();
 constexpr unsigned kFreeMemoryReturnSeconds = 30;
 
 // Gives every arena's whole free pages back to the system; true when some
-// were. Costs a walk of the free lists (0.14 to 0.31 ms under the soak's
+// were. Costs a walk of the free lists (0.13 to 0.31 ms under the soak's
 // load), and a page fault for the next allocation on a returned page.
 bool ReturnFreeMemory();
 
