@@ -3,8 +3,8 @@
 // until something reuses them, and each thread's arena keeps the highest mark
 // it ever reached: over days of calls, captures and events the resident size
 // creeps up with nothing in use. A low-priority timer hands those pages back
-// now and then. Threads sharing one arena (ShareOneMallocArena, for
-// tarn-run's main) keeps quiet threads from holding arenas of their own.
+// now and then. Having every thread share one arena (ShareOneMallocArena,
+// for tarn-run's main) keeps quiet threads from holding arenas of their own.
 #pragma once
 
 #include <glib.h>
